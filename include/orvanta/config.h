@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace orvanta {
+
+// What the host application decides. Read once when a Runtime is built.
+struct Config {
+  // Tracking server: the method name is appended directly, so it ends in "/".
+  std::string trackingBaseUrl = "https://track.orvanta.io/";
+  // Rules server: rules documents and popup pages live under it; ends in "/".
+  std::string rulesBaseUrl = "https://rules.orvanta.io/";
+  // The settings suite shared with the notification extensions.
+  std::string appGroup = "group.io.orvanta.shared";
+  // The short word in front of every log line.
+  std::string logPrefix = "Orvanta";
+
+  // The host application's bundle information.
+  std::string bundleIdentifier = "io.orvanta.host";
+  std::string bundleShortVersion = "1.0";
+  std::string bundleExecutableName;  // empty: the bundle identifier stands in
+  std::vector<std::string> urlSchemes;
+
+  // Server trust: accepted as presented unless the host turns verification on.
+  bool verifyServerCertificate = false;
+  // With verification on: a CA bundle to verify against (empty: the system's).
+  std::string caFile;
+};
+
+}  // namespace orvanta
