@@ -1,0 +1,108 @@
+#include "core/comman_methods.h"
+
+#include <cstdio>
+
+#include "core/data_model.h"
+#include "orvanta/app_tracking.h"
+#include "orvanta/log.h"
+#include "orvanta/runtime.h"
+
+namespace orvanta {
+namespace {
+
+std::string trimBlanksAndTabs(std::string_view s) {
+  const auto first = s.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return {};
+  const auto last = s.find_last_not_of(" \t");
+  return std::string(s.substr(first, last - first + 1));
+}
+
+std::string numberText(const Value& v) {
+  if (const auto* i = v.asInteger()) return std::to_string(*i);
+  char buffer[32];
+  std::snprintf(buffer, sizeof buffer, "%.17g", *v.asDouble());
+  return buffer;
+}
+
+// The platform renders a token buffer as "<" + hex groups of 8 digits
+// separated by blanks + ">"; stripping the brackets and blanks leaves plain
+// lowercase hex, so bytes go straight to hex.
+std::string hexOf(const Bytes& bytes) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::string hex;
+  hex.reserve(bytes.size() * 2);
+  for (auto b : bytes) {
+    hex.push_back(kDigits[b >> 4]);
+    hex.push_back(kDigits[b & 0xf]);
+  }
+  return hex;
+}
+
+std::string stripTokenText(std::string_view text) {
+  while (!text.empty() && (text.front() == '<' || text.front() == '>')) text.remove_prefix(1);
+  while (!text.empty() && (text.back() == '<' || text.back() == '>')) text.remove_suffix(1);
+  std::string out;
+  for (char c : text)
+    if (c != ' ') out.push_back(c);
+  return out;
+}
+
+}  // namespace
+
+OrvantaCommanMethods::OrvantaCommanMethods(Runtime& runtime) : runtime_(runtime) {}
+
+void OrvantaCommanMethods::saveToDefaults(Value value, std::string_view key) {
+  auto& store = *runtime_.platform().standardSettings;
+  store.set(key, std::move(value));
+  store.synchronize();
+}
+
+Value OrvantaCommanMethods::getFromDefaults(std::string_view key) const {
+  if (auto stored = runtime_.platform().standardSettings->get(key); stored && !stored->isNull()) return *stored;
+  // The fallback reads the app-group entry named "key" whatever key was asked.
+  const auto fallback = runtime_.platform().appGroupSettings->get(settings_key::kAppGroupFallback);
+  return Value(removeBlankSpaceValue(fallback ? &*fallback : nullptr));
+}
+
+std::string OrvantaCommanMethods::removeBlankSpaceValue(const Value* value) {
+  if (!value || value->isNull()) return {};
+  std::string text;
+  if (const auto* s = value->asString()) {
+    text = *s;
+  } else if (value->isNumber()) {
+    text = numberText(*value);
+  } else {
+    return {};
+  }
+  if (text == "<null>" || text == "(null)") return {};
+  return trimBlanksAndTabs(text);
+}
+
+std::string OrvantaCommanMethods::getDeviceToken() {
+  auto& model = runtime_.dataModel();
+  auto token = model.deviceToken();
+  if (!token) {
+    token = getFromDefaults(settings_key::kToken);
+    model.setDeviceToken(token);
+  }
+  if (const auto* bytes = token->asBytes()) return hexOf(*bytes);
+  if (const auto* text = token->asString()) return stripTokenText(*text);
+  return {};
+}
+
+void OrvantaCommanMethods::launchEvent() {
+  auto& store = *runtime_.platform().standardSettings;
+  const auto hasRun = store.get(settings_key::kHasRunAppOnce);
+  const bool firstLaunch = !(hasRun && hasRun->truthy());
+  if (firstLaunch) store.set(settings_key::kHasRunAppOnce, true);
+  runtime_.appTracking().sendAppTrackingEvent(firstLaunch ? 20 : 21, nullptr);
+}
+
+void OrvantaCommanMethods::log(std::string_view message) const {
+  std::string line = runtime_.config().logPrefix;
+  line += ' ';
+  line += message;
+  logLine(line);
+}
+
+}  // namespace orvanta

@@ -1,0 +1,57 @@
+// Stored-settings access and small client-wide operations.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "orvanta/value.h"
+
+namespace orvanta {
+
+class Runtime;
+
+// Every key the client keeps in the settings stores.
+namespace settings_key {
+inline constexpr const char* kToken = "OrvantaToken";
+inline constexpr const char* kIdentity = "OrvantaIdentity";
+inline constexpr const char* kAppGroupFallback = "key";
+inline constexpr const char* kFirstLaunch = "OrvantaDataModelFirstLaunch";
+inline constexpr const char* kHasRunAppOnce = "hasRunAppOnceKey";
+inline constexpr const char* kOSVersion = "osversion";
+inline constexpr const char* kAppVersion = "appversion";
+inline constexpr const char* kPushId = "pushid";
+inline constexpr const char* kAppId = "appid";
+inline constexpr const char* kSessionId = "sessionid";
+inline constexpr const char* kUserAgent = "strUserAgent";
+inline constexpr const char* kAttribution = "OrvantaAttribution";
+inline constexpr const char* kOldToken = "oldtoken";
+inline constexpr const char* kPopupRules = "popupRules";
+inline constexpr const char* kTRID = "OrvantaTRID";
+}  // namespace settings_key
+
+// One per Runtime; stateless apart from the runtime it serves.
+class OrvantaCommanMethods {
+ public:
+  explicit OrvantaCommanMethods(Runtime& runtime);
+
+  // Writes value under key in the standard store and persists it at once.
+  void saveToDefaults(Value value, std::string_view key);
+  // The standard store's value under key; when there is none, the app-group
+  // store's entry under the literal key "key", blank-normalised. So the
+  // answer is never null: a missing setting reads as "".
+  Value getFromDefaults(std::string_view key) const;
+  // "" for null (nullptr), the null marker, "<null>", "(null)" and blanks;
+  // otherwise the text trimmed of blanks and tabs. Numbers read as their text.
+  static std::string removeBlankSpaceValue(const Value* value);
+  // The device token as lowercase hex without separators, or "".
+  std::string getDeviceToken();
+  // Sends event 20 on the first start of this installation, 21 afterwards.
+  void launchEvent();
+  // One line to the log sink: the configured prefix word, a blank, message.
+  void log(std::string_view message) const;
+
+ private:
+  Runtime& runtime_;
+};
+
+}  // namespace orvanta
