@@ -1,0 +1,42 @@
+# The two commands of the README, and what they are made of.
+JOBS ?= $(shell nproc)
+BUILD ?= build
+ASAN_BUILD ?= build-asan
+TSAN_BUILD ?= build-tsan
+
+.PHONY: demo test deps build test-release test-asan test-tsan bench clean
+
+demo: deps build
+	tools/demo/run-demo.sh $(BUILD)
+
+test: deps test-release test-asan test-tsan
+
+deps:
+	scripts/install-deps.sh
+
+build:
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD) -j $(JOBS)
+
+test-release: build
+	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+# The whole suite once under AddressSanitizer + UndefinedBehaviorSanitizer.
+test-asan:
+	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DORVANTA_SANITIZE=address
+	cmake --build $(ASAN_BUILD) -j $(JOBS)
+	ctest --test-dir $(ASAN_BUILD) --output-on-failure -j $(JOBS)
+
+# The whole suite under ThreadSanitizer (the tools are built without it).
+test-tsan:
+	cmake -S . -B $(TSAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DORVANTA_SANITIZE=thread -DORVANTA_BUILD_TOOLS=OFF
+	cmake --build $(TSAN_BUILD) -j $(JOBS)
+	TSAN_OPTIONS=halt_on_error=1 ctest --test-dir $(TSAN_BUILD) --output-on-failure -j $(JOBS)
+
+bench: deps
+	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DORVANTA_BUILD_BENCHMARKS=ON -DORVANTA_BUILD_TESTS=OFF -DORVANTA_BUILD_TOOLS=OFF
+	cmake --build build-bench -j $(JOBS)
+	for b in build-bench/bench/bench_*; do $$b; done
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD) $(TSAN_BUILD) build-bench

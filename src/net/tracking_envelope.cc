@@ -1,0 +1,94 @@
+// The envelope every tracking message travels in: common device and session
+// fields, the event's own fields, session, attribution and advertising id,
+// posted as "data=" followed by compact JSON.
+#include <charconv>
+
+#include "core/comman_methods.h"
+#include "core/data_model.h"
+#include "device/date_formator.h"
+#include "net/web_service_handler.h"
+#include "orvanta/json.h"
+#include "orvanta/runtime.h"
+#include "orvanta/shared_manager.h"
+#include "orvanta/version.h"
+#include "storage/db_manager.h"
+
+namespace orvanta {
+namespace {
+
+constexpr const char* kMake = "apple";
+constexpr const char* kOSType = "IOS";
+constexpr const char* kProfileMethod = "profilePush";
+// The common fields plus a typical event's own ones.
+constexpr std::size_t kTypicalFieldCount = 20;
+
+std::int64_t timestampNumber(const std::string& stamp) {
+  std::int64_t number = 0;
+  std::from_chars(stamp.data(), stamp.data() + stamp.size(), number);
+  return number;
+}
+
+}  // namespace
+
+void OrvantaWebServiceHandler::callPostService(const std::string& method, const Map& info, StatusBlock block) {
+  auto& settings = runtime_.commanMethods();
+  auto& dates = runtime_.dateFormator();
+  Map object;
+  object.reserve(kTypicalFieldCount + info.size());
+  object.set("identity", runtime_.sharedManager().getIdentity());
+  object.set("osversion", settings.getFromDefaults(settings_key::kOSVersion));
+  object.set("sdkversion", kSDKVersion);
+  object.set("appversion", settings.getFromDefaults(settings_key::kAppVersion));
+  object.set("pushid", settings.getFromDefaults(settings_key::kPushId));
+  object.set("appid", settings.getFromDefaults(settings_key::kAppId));
+  object.set("ostype", kOSType);
+  object.set("cts", timestampNumber(dates.getUserLocalTimeStamp()));
+  // No position source is part of the library yet: no location is known.
+  object.set("lat", Null{});
+  object.set("lng", Null{});
+  object.set("sessionid", settings.getFromDefaults(settings_key::kSessionId));
+  object.set("tx", timestampNumber(dates.getUserLocalTimeStamp()));
+  object.set("make", kMake);
+  object.set("model", deviceModel_);
+  for (const auto& [key, value] : info) object.set(key, value);
+  postPreparedDictionaryToServer(std::move(object), method, std::move(block));
+}
+
+void OrvantaWebServiceHandler::postPreparedDictionaryToServer(Map trackingObject, const std::string& method,
+                                                              StatusBlock block) {
+  auto& model = runtime_.dataModel();
+  auto& manager = runtime_.sharedManager();
+  // The stored id wins over a renewed one kept only in memory, except for the
+  // message right after the renewal; that is the session rule as it stands.
+  const Value storedSession = runtime_.commanMethods().getFromDefaults(settings_key::kSessionId);
+  model.setStrSessionid(OrvantaCommanMethods::removeBlankSpaceValue(&storedSession));
+  manager.checkSessionId();
+  trackingObject.set("sessionid", model.strSessionid());
+  manager.addDeepLinkParametersInDict(trackingObject);
+  trackingObject.set("adid", runtime_.platform().appHost->advertisingIdentifier());
+
+  std::string params = "data=" + dumpJson(trackingObject);
+  // Journaled before it leaves, so a process killed mid-flight still has it.
+  auto& queue = runtime_.dbManager();
+  const auto ticket = queue.recordInFlight(method, params);
+  postRequestDataToTheServer(method, params,
+                             [&queue, ticket, method, params, block = std::move(block)](int status) {
+                               queue.settleInFlight(ticket, method, params, status);
+                               if (block) block(status);
+                             });
+}
+
+void OrvantaWebServiceHandler::callProfilePushService(const Value& payload, StatusBlock block) {
+  auto& settings = runtime_.commanMethods();
+  Map object;
+  object.set("identity", runtime_.sharedManager().getIdentity());
+  object.set("pushid", settings.getFromDefaults(settings_key::kPushId));
+  object.set("appid", settings.getFromDefaults(settings_key::kAppId));
+  object.set("make", kMake);
+  object.set("model", deviceModel_);
+  const Map* attributes = payload.asMap();
+  object.set("profileDetails", attributes ? *attributes : Map{});
+  postPreparedDictionaryToServer(std::move(object), kProfileMethod, std::move(block));
+}
+
+}  // namespace orvanta

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace orvanta {
+
+// Percent-encodes every byte outside the URL-fragment allowed set (letters,
+// digits and !$&'()*+,-./:;=?@_~), so a method name with a blank or a "%"
+// still makes a valid URL.
+std::string percentEncodeURLFragment(std::string_view text);
+
+}  // namespace orvanta

@@ -1,0 +1,52 @@
+// The only component that talks HTTP: a JSON GET, and a form POST of already
+// encoded parameter text to a named method of the tracking server, plus the
+// tracking envelope that every message travels in.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "orvanta/installation.h"
+#include "orvanta/platform/http_client.h"
+#include "orvanta/value.h"
+
+namespace orvanta {
+
+class Runtime;
+
+class OrvantaWebServiceHandler {
+ public:
+  using GetBlock = std::function<void(int status, std::optional<Value> result)>;
+  using ResultBlock = std::function<void(int status, std::optional<std::string> body)>;
+
+  explicit OrvantaWebServiceHandler(Runtime& runtime);
+  static OrvantaWebServiceHandler& sharedInstance();
+
+  // GET url; the block gets (200, parsed JSON) or (500, null) for anything
+  // else: another status, no answer, no body, or a body that is not JSON.
+  // Called once, on a network thread.
+  void callGetService(const std::string& url, GetBlock block);
+  // POSTs params (sent as they are) to the tracking base URL + method; the
+  // block gets the HTTP status, 0 when no answer came. Called once, on a
+  // network thread.
+  void postRequestDataToTheServer(const std::string& method, const std::string& params, StatusBlock block);
+  // Runs one prepared request; the block gets the status and the body.
+  void excecuteSessionRequest(HttpRequest request, ResultBlock block);
+
+  // The tracking envelope: the common fields, then info, then session,
+  // attribution and advertising id; sent as "data=" + compact JSON. A message
+  // not answered 200 goes to the offline queue; the block (may be empty) then
+  // gets the status.
+  void callPostService(const std::string& method, const Map& info, StatusBlock block);
+  void postPreparedDictionaryToServer(Map trackingObject, const std::string& method, StatusBlock block);
+  // The profile message: its own field set, joined at postPreparedDictionaryToServer.
+  void callProfilePushService(const Value& payload, StatusBlock block);
+
+ private:
+  Runtime& runtime_;
+  // The lower-case model name, read once: the hardware does not change.
+  const std::string deviceModel_;
+};
+
+}  // namespace orvanta

@@ -1,0 +1,27 @@
+#include "platform/linux/desktop_notification_center.h"
+
+#include "orvanta/log.h"
+#include "platform/linux/detached_process.h"
+
+namespace orvanta {
+
+void DesktopNotificationCenter::requestAuthorization(int /*options*/, AuthorizationCompletion completion) {
+  // Whether notifications show is the desktop's decision, not the app's.
+  if (completion) completion(true);
+}
+
+void DesktopNotificationCenter::registerUserNotificationSettings(int /*types*/) {}
+
+void DesktopNotificationCenter::setCategories(std::vector<NotificationCategory> categories) {
+  std::lock_guard lock(mutex_);
+  categories_ = std::move(categories);
+}
+
+void DesktopNotificationCenter::scheduleLocalNotification(LocalNotification notification) {
+  std::string error;
+  if (!startDetached("notify-send", {notification.title, notification.body}, &error)) {
+    logLine("Orvanta cannot show a desktop notification: " + error);
+  }
+}
+
+}  // namespace orvanta

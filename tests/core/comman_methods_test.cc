@@ -1,0 +1,61 @@
+#include "core/comman_methods.h"
+
+#include <gtest/gtest.h>
+
+#include "orvanta/log.h"
+
+#include "support/test_runtime.h"
+
+namespace orvanta::testing {
+namespace {
+
+TEST(SettingsLookupTest, MissingKeysReadAsEmptyOrTheAppGroupFallbackUnderTheLiteralKey) {
+  TestRuntime app;
+  auto& methods = app.runtime().commanMethods();
+  EXPECT_EQ(methods.getFromDefaults("never-written"), Value(""));
+
+  app.platform().appGroupSettings->set("never-written", "not this one");
+  EXPECT_EQ(methods.getFromDefaults("never-written"), Value(""));
+
+  app.platform().appGroupSettings->set("key", "  shared value\t");
+  EXPECT_EQ(methods.getFromDefaults("never-written"), Value("shared value"));
+
+  methods.saveToDefaults(Value(7), "written");
+  EXPECT_EQ(methods.getFromDefaults("written"), Value(7));
+  EXPECT_EQ(app.platform().standardSettings->synchronizeCount(), 1);
+}
+
+TEST(SettingsLookupTest, BlankValuesNormaliseToEmpty) {
+  const Value nullMarker;
+  const Value word("  word \t");
+  for (const char* blank : {"(null)", "<null>", "   ", "\t \t"}) {
+    const Value v(blank);
+    EXPECT_EQ(OrvantaCommanMethods::removeBlankSpaceValue(&v), "") << blank;
+  }
+  EXPECT_EQ(OrvantaCommanMethods::removeBlankSpaceValue(nullptr), "");
+  EXPECT_EQ(OrvantaCommanMethods::removeBlankSpaceValue(&nullMarker), "");
+  EXPECT_EQ(OrvantaCommanMethods::removeBlankSpaceValue(&word), "word");
+}
+
+TEST(LaunchEventTest, SendsTwentyOncePerInstallationThenTwentyOne) {
+  TestRuntime app;
+  auto& methods = app.runtime().commanMethods();
+  methods.launchEvent();
+  methods.launchEvent();
+  methods.launchEvent();
+  std::vector<Value> ids;
+  for (const auto& m : app.sentMessages()) ids.push_back(*m.object.find("eventid"));
+  EXPECT_EQ(ids, (std::vector<Value>{20, 21, 21}));
+}
+
+TEST(LogTest, LinesCarryThePrefixWord) {
+  std::vector<std::string> lines;
+  setLogSink([&](std::string_view line) { lines.emplace_back(line); });
+  TestRuntime app;
+  app.runtime().commanMethods().log("hello");
+  setLogSink([](std::string_view) {});
+  EXPECT_EQ(lines, std::vector<std::string>{"Orvanta hello"});
+}
+
+}  // namespace
+}  // namespace orvanta::testing

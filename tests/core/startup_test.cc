@@ -1,0 +1,125 @@
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "core/comman_methods.h"
+#include "core/data_model.h"
+#include "orvanta/shared_manager.h"
+#include "orvanta/version.h"
+#include "support/test_runtime.h"
+
+namespace orvanta::testing {
+namespace {
+
+class StartUpTest : public ::testing::Test {
+ protected:
+  OrvantaSharedManager& manager() { return app.runtime().sharedManager(); }
+  OrvantaDataModel& model() { return app.runtime().dataModel(); }
+  std::optional<Value> stored(const char* key) { return app.platform().standardSettings->get(key); }
+
+  TestRuntime app;
+};
+
+TEST_F(StartUpTest, FirstLaunchFillsTheStateStoresTheSettingsAndSendsEvent20) {
+  model().setSessionIdTimeoutInMinutes(5);  // set before start-up: overwritten
+  manager().setUpApplicationId("app-42");
+
+  EXPECT_TRUE(std::regex_match(model().strPushId(), std::regex("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}")));
+  EXPECT_TRUE(std::regex_match(model().strSessionid(), std::regex("[0-9]{12}")));
+  EXPECT_EQ(model().SessionIdTimeoutInMinutes(), 60);
+  EXPECT_EQ(model().strAppVersion(), "3.1");
+  EXPECT_EQ(model().strOSVersion(), "16.4");
+  EXPECT_EQ(model().strOSType(), "IOS");
+  EXPECT_EQ(model().strSDKVersion(), "2.2.0");
+  EXPECT_EQ(model().strAppID(), "app-42");
+  ASSERT_TRUE(model().intializationDate());
+  EXPECT_EQ(model().intializationDate()->secondsSince1970, 1700000000);
+
+  EXPECT_EQ(stored("osversion"), Value("16.4"));
+  EXPECT_EQ(stored("appversion"), Value("3.1"));
+  EXPECT_EQ(stored("pushid"), Value(model().strPushId()));
+  EXPECT_EQ(stored("appid"), Value("app-42"));
+  EXPECT_EQ(stored("sessionid"), Value(model().strSessionid()));
+
+  const auto sent = app.sentMessages();
+  ASSERT_EQ(sent.size(), 1u);
+  EXPECT_EQ(sent[0].method, "app_activity");
+  EXPECT_EQ(*sent[0].object.find("eventid"), Value(20));
+}
+
+TEST_F(StartUpTest, SecondLaunchKeepsTheIdentifierAndSendsEvent21AndANewInstallGetsANewOne) {
+  manager().setUpApplicationId("app-42");
+  const std::string firstId = model().strPushId();
+
+  app.relaunch();
+  manager().setUpApplicationId("app-42");
+  EXPECT_EQ(model().strPushId(), firstId);
+  EXPECT_EQ(*app.lastMessage().object.find("eventid"), Value(21));
+
+  // Removing the app removes its settings but not the secure store.
+  auto& platform = app.platform();
+  platform.standardSettings = std::make_shared<InMemorySettingsStore>();
+  app.relaunch();
+  manager().setUpApplicationId("app-42");
+  EXPECT_NE(model().strPushId(), firstId);
+  EXPECT_EQ(*app.lastMessage().object.find("eventid"), Value(20));
+  EXPECT_EQ(platform.secureStore->items().size(), 1u);
+}
+
+TEST_F(StartUpTest, PermissionAndRemoteRegistrationRunOnTheMainQueueAfterStartUp) {
+  auto& platform = app.platform();
+  manager().setUpApplicationId("app-42");
+  EXPECT_TRUE(platform.notificationCenter->authorizationRequests().empty());
+
+  platform.mainQueue->runUntilIdle();
+  EXPECT_EQ(platform.notificationCenter->authorizationRequests(), std::vector<int>{7});
+  // Once from the authorization answer, once without waiting for it.
+  EXPECT_EQ(platform.appHost->remoteRegistrations(), 2);
+}
+
+TEST_F(StartUpTest, SystemsBeforeVersion10UseTheOlderSettingsRegistration) {
+  auto& platform = app.platform();
+  platform.appHost->setSystemVersion("9.3.5");
+  manager().registerForPushNotifications();
+  EXPECT_TRUE(platform.notificationCenter->authorizationRequests().empty());
+  EXPECT_EQ(platform.notificationCenter->settingsRegistrations(), std::vector<int>{7});
+  EXPECT_EQ(platform.appHost->remoteRegistrations(), 1);
+}
+
+TEST_F(StartUpTest, ForegroundNotificationsAreShownWithTheAlertOptionOnly) {
+  int options = -1;
+  manager().userNotificationCenter(Map{}, [&](int o) { options = o; });
+  EXPECT_EQ(options, 4);
+}
+
+TEST_F(StartUpTest, DeviceTokenIsKeptRawAndReadAsHex) {
+  EXPECT_FALSE(manager().getDeviceToken());
+  EXPECT_EQ(app.runtime().commanMethods().getDeviceToken(), "");
+  // The lookup substituted "" for the missing token, and that is now held.
+  EXPECT_EQ(manager().getDeviceToken(), Value(""));
+
+  Bytes token;
+  for (int i = 1; i <= 32; ++i) token.push_back(static_cast<std::uint8_t>(i));
+  manager().setDeviceToken(token);
+  EXPECT_EQ(manager().getDeviceToken(), Value(token));
+  EXPECT_EQ(stored("OrvantaToken"), Value(token));
+  EXPECT_EQ(app.runtime().commanMethods().getDeviceToken(),
+            "0102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f20");
+}
+
+TEST_F(StartUpTest, IdentityIsEmptyUntilSetAndSurvivesARelaunch) {
+  EXPECT_EQ(manager().getIdentity(), "");
+  EXPECT_EQ(model().strIdentity(), "");
+  manager().setUpIdentity("ada");
+  app.relaunch();
+  EXPECT_EQ(manager().getIdentity(), "ada");
+}
+
+TEST(VersionTest, ExportedVersionValues) {
+  EXPECT_STREQ(reinterpret_cast<const char*>(OrvantaPushVersionString),
+               "@(#)PROGRAM:OrvantaPush  PROJECT:OrvantaPush-1\n");
+  EXPECT_EQ(OrvantaPushVersionNumber, 1.0);
+}
+
+}  // namespace
+}  // namespace orvanta::testing
