@@ -9,6 +9,7 @@
 #include "orvanta/runtime.h"
 #include "orvanta/value.h"
 #include "platform/testing/test_platform.h"
+#include "support/value_printer.h"
 
 namespace orvanta::testing {
 
