@@ -1,0 +1,148 @@
+// The settings file survives a kill during a write: a process that keeps
+// writing large settings is killed at random instants, and every time the file
+// must hold one whole state that process wrote, never a torn mix, and at least
+// the last state whose synchronize() had answered true.
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include "orvanta/json.h"
+#include "platform/linux/file_settings_store.h"
+#include "platform/testing/temporary_paths.h"
+
+namespace orvanta {
+namespace {
+
+constexpr int kKills = 30;
+
+// 16 to 48 KiB, different in length and content for every n, so that a write
+// spans several pages and a mix of two states is visible. (Larger states make
+// no file-level difference and slow the sanitizer builds down.)
+std::string blobFor(std::int64_t n) {
+  const std::size_t size = 16 * 1024 + static_cast<std::size_t>(n * 7919 % (32 * 1024));
+  const std::string stamp = "<" + std::to_string(n) + ">";
+  std::string blob;
+  blob.reserve(size + stamp.size());
+  while (blob.size() < size) blob += stamp;
+  blob.resize(size);
+  return blob;
+}
+
+Value stateFor(std::int64_t n) { return Map{{"n", n}, {"blob", blobFor(n)}}; }
+
+// The child: continues the sequence from what the file holds, writing one to
+// three states between synchronize() calls and reporting each n that
+// synchronize() confirmed. Runs until killed.
+[[noreturn]] void writeForever(const std::string& path, int reportFd) {
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // never outlive a crashed test
+  FileSettingsStore store(path);
+  std::int64_t n = 0;
+  if (std::optional<Value> state = store.get("state")) n = *state->asMap()->find("n")->asInteger();
+  for (int round = 0; round < 100000; ++round) {
+    for (int i = 0; i <= round % 3; ++i) store.set("state", stateFor(++n));
+    if (store.synchronize() && ::write(reportFd, &n, sizeof n) != static_cast<ssize_t>(sizeof n)) {
+      break;
+    }
+  }
+  ::_exit(0);
+}
+
+// Reads one report; false at end of stream.
+bool readReport(int fd, std::int64_t* n) {
+  ssize_t got;
+  do {
+    got = ::read(fd, n, sizeof *n);
+  } while (got < 0 && errno == EINTR);
+  return got == static_cast<ssize_t>(sizeof *n);
+}
+
+// Takes reports from fd until timeout passes, keeping the latest in *durable.
+void followReportsFor(int fd, std::chrono::milliseconds timeout, std::int64_t* durable) {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  for (;;) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0) return;
+    pollfd ready{fd, POLLIN, 0};
+    if (::poll(&ready, 1, static_cast<int>(left.count())) <= 0) return;
+    if (!readReport(fd, durable)) return;
+  }
+}
+
+// n of the whole state the file holds, or a failure naming what is wrong.
+::testing::AssertionResult holdsAWholeState(const std::string& path, std::int64_t* n) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  const Json json = Json::parse(text.str(), nullptr, false);
+  if (!json.is_object()) {
+    return ::testing::AssertionFailure() << "not a JSON object (" << text.str().size() << " bytes)";
+  }
+  const Value settings = fromTaggedJson(json);
+  const Value* state = settings.asMap() ? settings.asMap()->find("state") : nullptr;
+  const Map* fields = state ? state->asMap() : nullptr;
+  const Value* number = fields ? fields->find("n") : nullptr;
+  if (number == nullptr || !number->isInteger()) return ::testing::AssertionFailure() << "no state";
+  *n = *number->asInteger();
+  if (!(*state == stateFor(*n)))
+    return ::testing::AssertionFailure() << "blob does not match n " << *n;
+  return ::testing::AssertionSuccess();
+}
+
+TEST(SettingsFileCrashTest, KillDuringWriteLeavesOldOrNewContentNeverTorn) {
+  testing::TemporaryPaths paths;
+  const std::string path = paths.root() + "/suite.json";
+  std::mt19937 random(std::random_device{}());
+  std::uniform_int_distribution<int> pause(0, 12);
+
+  std::int64_t durable = 0;
+  int interrupted = 0;  // kills that landed while a temporary file was open
+  for (int kill = 0; kill < kKills; ++kill) {
+    SCOPED_TRACE("kill " + std::to_string(kill));
+    int reports[2];
+    ASSERT_EQ(::pipe(reports), 0);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      ::close(reports[0]);
+      writeForever(path, reports[1]);
+    }
+    ::close(reports[1]);
+
+    // Let the child make at least one state durable, then run on for a while.
+    EXPECT_TRUE(readReport(reports[0], &durable));
+    followReportsFor(reports[0], std::chrono::milliseconds(pause(random)), &durable);
+    ASSERT_EQ(::kill(child, SIGKILL), 0);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "the writer stopped by itself, status " << status;
+    while (readReport(reports[0], &durable)) {
+    }
+    ::close(reports[0]);
+    if (std::filesystem::exists(path + ".tmp")) ++interrupted;
+
+    std::int64_t n = 0;
+    ASSERT_TRUE(holdsAWholeState(path, &n));
+    EXPECT_GE(n, durable) << "a state confirmed by synchronize() was lost";
+  }
+  // No child ever found a file it had to set aside.
+  EXPECT_FALSE(std::filesystem::exists(path + ".corrupt"));
+  EXPECT_GE(durable, kKills);  // every child made some state durable
+  // Otherwise every kill fell between writes and nothing was proven.
+  EXPECT_GT(interrupted, 0);
+  RecordProperty("kills_during_write", interrupted);
+}
+
+}  // namespace
+}  // namespace orvanta
