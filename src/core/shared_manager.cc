@@ -45,9 +45,8 @@ void OrvantaSharedManager::setUpApplicationId(const std::string& applicationId) 
   saveStartUpSettings(applicationId);
   checkQueryParam();
   // Making the queue manager moves what a killed process left in flight into
-  // the queue; the replay itself runs on the main queue, first thing.
-  auto& queue = runtime_.dbManager();
-  platform.mainQueue->post([&queue] { queue.syncOfflineData(); });
+  // the queue; the replay itself runs on the main queue.
+  runtime_.dbManager().syncOfflineData();
   runtime_.commanMethods().launchEvent();
 }
 
