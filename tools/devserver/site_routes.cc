@@ -81,7 +81,7 @@ void receiveTracking(const SiteContext& context, const httplib::Request& request
   if (decision.reset && resetConnection(request)) return;
   // A reset that found no socket still must not look like a delivery.
   response.status = message.status == 0 ? 500 : message.status;
-  response.set_content(message.status == 400 ? "expected data=<JSON object>\n" : "", "text/plain");
+  response.set_content(decoded.data ? "" : "expected data=<JSON object>\n", "text/plain");
 }
 
 void serveRules(const SiteContext& context, const httplib::Request& request,
