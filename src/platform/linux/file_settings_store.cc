@@ -74,21 +74,27 @@ bool FileSettingsStore::synchronize() {
 void FileSettingsStore::runWriter() {
   std::unique_lock lock(mutex_);
   for (;;) {
-    wakeWriter_.wait(lock, [this] { return pending_ || stopping_; });
-    if (!pending_) return;  // stopping, and nothing is left to write
+    wakeWriter_.wait(lock,
+                     [this] { return (pending_ && version_ > durableVersion_) || stopping_; });
+    // When stopping, one last attempt for what is not yet durable, even if an
+    // earlier attempt failed; then no more.
+    const bool last = stopping_;
     pending_ = false;
-    const std::uint64_t version = version_;
-    ++snapshotsTaken_;
-    bool written;
-    {
-      const Map snapshot = values_;
-      lock.unlock();
-      written = writeTaggedMapFile(path_, snapshot, kFileMode);
+    if (version_ > durableVersion_) {
+      const std::uint64_t version = version_;
+      ++snapshotsTaken_;
+      bool written;
+      {
+        const Map snapshot = values_;
+        lock.unlock();
+        written = writeTaggedMapFile(path_, snapshot, kFileMode);
+      }
+      lock.lock();
+      ++attemptsEnded_;
+      if (written) durableVersion_ = version;
+      writeEnded_.notify_all();
     }
-    lock.lock();
-    ++attemptsEnded_;
-    if (written) durableVersion_ = version;
-    writeEnded_.notify_all();
+    if (last) return;
   }
 }
 

@@ -50,7 +50,7 @@ class FileSettingsStore : public SettingsStore {
   std::uint64_t durableVersion_ = 0;    // guarded; version the file holds
   std::uint64_t snapshotsTaken_ = 0;    // guarded; write attempts begun
   std::uint64_t attemptsEnded_ = 0;     // guarded; write attempts ended
-  bool pending_ = false;                // guarded; a write is wanted
+  bool pending_ = false;                // guarded; a write is asked for
   bool stopping_ = false;               // guarded
 
   std::thread writer_;  // last: starts once everything above is built
