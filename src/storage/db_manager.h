@@ -1,0 +1,85 @@
+// The offline queue: messages the server did not acknowledge are stored and
+// replayed, oldest first, one at a time, while the network is reachable.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "core/notification_hub.h"
+
+namespace orvanta {
+
+class Reachability;
+class Runtime;
+
+// One per Runtime.
+//
+// The replay runs on the main queue: each run sends the oldest queued row
+// and, once answered, schedules the next run 2 seconds later; a row is
+// deleted only when the answer is 200, so a failing row is retried every 2
+// seconds and holds back every younger one. A reachability change starts a
+// run at once; when the network is unreachable a run does nothing.
+//
+// Crash safety: a message is journaled (recordInFlight) before its first
+// send and settled (settleInFlight) by its answer, so a message whose first
+// send is cut short by the death of the process is queued at the next start
+// instead of lost; the server may then see it twice.
+class DBManager {
+ public:
+  // Creates the database, moves journal rows left by an earlier process
+  // into the queue, starts the reachability notifier, observes its
+  // notification and schedules the first run 2 seconds later.
+  explicit DBManager(Runtime& runtime);
+  // Stops observing and the notifier. The runtime stops the main queue
+  // before, so no scheduled run outlives this object.
+  ~DBManager();
+  DBManager(const DBManager&) = delete;
+  DBManager& operator=(const DBManager&) = delete;
+
+  static DBManager& sharedInstance();
+
+  // Whether the network is reachable now. Any thread.
+  bool checkNetWorkConnection() const;
+  // Schedules a run at once. Any thread.
+  void networkChanged();
+  // One run (see the class comment). Called off the main queue, it posts
+  // itself there instead.
+  void syncOfflineData();
+  // Stores the message at the end of the queue (the result is not checked)
+  // and schedules a run 2 seconds later. Any thread.
+  void addEvent(const std::string& name, const std::string& data);
+
+  // True while a replayed message awaits its answer. Main queue only.
+  bool isSyncing() const;
+  void setIsSyncing(bool syncing);
+
+  Reachability* internetReachability() const;
+
+  // Journals a message about to be sent for the first time, on the caller's
+  // thread (one short transaction). Answers the ticket for settleInFlight,
+  // nullopt when it could not be journaled.
+  std::optional<std::int64_t> recordInFlight(const std::string& method, const std::string& params);
+  // The first send of a message was answered with status. 200: its journal
+  // row goes. Anything else: the row moves into the queue in one
+  // transaction (without a ticket, or when the move fails, the message is
+  // queued with addEvent) and a run is scheduled 2 seconds later, as addEvent
+  // does. Any thread.
+  void settleInFlight(std::optional<std::int64_t> ticket, const std::string& method, const std::string& params,
+                      int status);
+
+ private:
+  void scheduleSync(double delaySeconds);
+  void replayAnswered(std::int32_t eventID, int status);
+
+  Runtime& runtime_;
+  // Kept from construction: the runtime's accessors are gone while its
+  // components are destroyed, and the hub outlives this object.
+  NotificationHub& hub_;
+  std::unique_ptr<Reachability> internetReachability_;
+  NotificationHub::Token observer_ = 0;
+  bool isSyncing_ = false;  // main queue only
+};
+
+}  // namespace orvanta

@@ -1,0 +1,217 @@
+// NetlinkReachability against a real kernel routing table: each test runs
+// again inside a network namespace of its own (`unshare -rn`), where it may
+// make interfaces and routes without touching the machine's. Where user and
+// network namespaces or the `ip` tool are unavailable the tests are skipped.
+#include "platform/linux/netlink_reachability.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <sstream>
+#include <string>
+
+namespace orvanta {
+namespace {
+
+constexpr const char* kInsideEnv = "ORVANTA_NETLINK_TEST_NAMESPACE";
+constexpr std::uint32_t kReachable = kReachabilityFlagReachable;
+constexpr std::uint32_t kCellular = kReachabilityFlagReachable | kReachabilityFlagIsWWAN;
+
+bool insideNamespace() { return std::getenv(kInsideEnv) != nullptr; }
+
+int shell(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
+
+// Outside the namespace: runs the current test again inside a fresh one and
+// reports its output when it fails; skips when that cannot be done here.
+void runInsideFreshNamespace() {
+  if (shell("unshare -rn ip link show lo") != 0) {
+    GTEST_SKIP() << "user and network namespaces (unshare -rn) or the ip tool are unavailable";
+  }
+  const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
+  const std::filesystem::path log = std::filesystem::temp_directory_path() /
+                                    ("orvanta-netlink-" + std::to_string(::getpid()) + "-" + test->name() + ".log");
+  const std::string command = std::string(kInsideEnv) + "=1 unshare -rn " + self.string() +
+                              " --gtest_filter=" + test->test_suite_name() + "." + test->name() + " >" + log.string() +
+                              " 2>&1";
+  const int status = std::system(command.c_str());
+  std::ifstream in(log);
+  std::stringstream output;
+  output << in.rdbuf();
+  std::filesystem::remove(log);
+  EXPECT_EQ(status, 0) << output.str();
+}
+
+// Counts callbacks and lets the test wait (bounded) for a state to arrive.
+// While held, a callback does not return until released, which keeps the
+// source's thread from reading its socket.
+class Watcher {
+ public:
+  explicit Watcher(NetlinkReachability& source) : source_(source) {}
+
+  ReachabilitySource::ChangeCallback callback() {
+    return [this] {
+      std::unique_lock lock(mutex_);
+      ++calls_;
+      changed_.notify_all();
+      changed_.wait(lock, [&] { return !hold_; });
+    };
+  }
+
+  void hold() {
+    std::lock_guard lock(mutex_);
+    hold_ = true;
+  }
+  void release() {
+    {
+      std::lock_guard lock(mutex_);
+      hold_ = false;
+    }
+    changed_.notify_all();
+  }
+  // Waits until a callback is held.
+  bool waitForHeldCallback(int calls) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return calls_ == calls; });
+  }
+
+  // Waits until a callback has left the flags at expected.
+  bool waitForFlags(std::uint32_t expected) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return source_.flags() == expected; });
+  }
+
+  int calls() {
+    std::lock_guard lock(mutex_);
+    return calls_;
+  }
+
+ private:
+  NetlinkReachability& source_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  int calls_ = 0;
+  bool hold_ = false;
+};
+
+// One veth pair, both ends up, the first with an IPv4 address in net.
+void addLink(const std::string& name, const std::string& peer, const std::string& address) {
+  ASSERT_EQ(shell("ip link add " + name + " type veth peer name " + peer), 0);
+  ASSERT_EQ(shell("ip link set " + name + " up && ip link set " + peer + " up"), 0);
+  ASSERT_EQ(shell("ip addr add " + address + " dev " + name), 0);
+}
+
+TEST(NetlinkReachabilityTest, FollowsDefaultRoutesAndTheirInterfaces) {
+  if (!insideNamespace()) return runInsideFreshNamespace();
+  NetlinkReachability source(
+      NetlinkReachability::Options{std::chrono::milliseconds(20), std::chrono::milliseconds(200)});
+  EXPECT_EQ(source.flags(), 0u) << "a fresh namespace has no default route";
+  Watcher watcher(source);
+  ASSERT_TRUE(source.start(watcher.callback()));
+
+  addLink("orv0", "orv1", "10.9.0.1/24");
+  ASSERT_EQ(shell("ip route add default via 10.9.0.2 dev orv0"), 0);
+  EXPECT_TRUE(watcher.waitForFlags(kReachable));
+
+  ASSERT_EQ(shell("ip route del default"), 0);
+  EXPECT_TRUE(watcher.waitForFlags(0));
+
+  // IPv6 alone is enough.
+  ASSERT_EQ(shell("ip -6 addr add 2001:db8::1/64 dev orv0 nodad"), 0);
+  ASSERT_EQ(shell("ip -6 route add default via 2001:db8::2 dev orv0"), 0);
+  EXPECT_TRUE(watcher.waitForFlags(kReachable));
+
+  // The route stays, but its interface loses carrier when the peer goes down.
+  ASSERT_EQ(shell("ip link set orv1 down"), 0);
+  EXPECT_TRUE(watcher.waitForFlags(0));
+  ASSERT_EQ(shell("ip link set orv1 up"), 0);
+  EXPECT_TRUE(watcher.waitForFlags(kReachable));
+
+  const int callsBefore = watcher.calls();
+  EXPECT_EQ(callsBefore, 5);
+  source.stop();
+  // Stopped, the flags are read on demand.
+  ASSERT_EQ(shell("ip -6 route del default"), 0);
+  EXPECT_EQ(source.flags(), 0u);
+  EXPECT_EQ(watcher.calls(), callsBefore);
+}
+
+TEST(NetlinkReachabilityTest, CellularOnlyWhenEveryDefaultRouteIsCellular) {
+  if (!insideNamespace()) return runInsideFreshNamespace();
+  NetlinkReachability source(
+      NetlinkReachability::Options{std::chrono::milliseconds(20), std::chrono::milliseconds(200)});
+  Watcher watcher(source);
+  ASSERT_TRUE(source.start(watcher.callback()));
+
+  addLink("wwan0", "orv1", "10.8.0.1/24");
+  ASSERT_EQ(shell("ip route add default via 10.8.0.2 dev wwan0 metric 50"), 0);
+  EXPECT_TRUE(watcher.waitForFlags(kCellular));
+
+  addLink("orv2", "orv3", "10.9.0.1/24");
+  ASSERT_EQ(shell("ip route add default via 10.9.0.2 dev orv2 metric 100"), 0);
+  EXPECT_TRUE(watcher.waitForFlags(kReachable));
+
+  // Only a default route of the main table counts.
+  ASSERT_EQ(shell("ip route del default dev orv2 && ip route add default via 10.9.0.2 dev orv2 table 100"), 0);
+  EXPECT_TRUE(watcher.waitForFlags(kCellular));
+}
+
+TEST(NetlinkReachabilityTest, BurstOfEventsEndsInOneCallback) {
+  if (!insideNamespace()) return runInsideFreshNamespace();
+  // A settle time far longer than the few milliseconds `ip -batch` needs.
+  NetlinkReachability source(NetlinkReachability::Options{std::chrono::seconds(1), std::chrono::seconds(10)});
+  Watcher watcher(source);
+  ASSERT_TRUE(source.start(watcher.callback()));
+  addLink("orv0", "orv1", "10.9.0.1/24");
+  addLink("wwan0", "orv2", "10.8.0.1/24");
+
+  const std::string batch = std::filesystem::temp_directory_path() / "orvanta-netlink-burst.batch";
+  std::ofstream(batch) << "route add default via 10.9.0.2 dev orv0\n"
+                          "route del default\n"
+                          "route add default via 10.9.0.2 dev orv0\n";
+  ASSERT_EQ(shell("ip -batch " + batch), 0);
+  std::filesystem::remove(batch);
+  EXPECT_TRUE(watcher.waitForFlags(kReachable));
+  // A later change with flags never seen in the burst: had the burst been
+  // reported event by event, more than one callback would precede it.
+  ASSERT_EQ(shell("ip route del default && ip route add default via 10.8.0.2 dev wwan0"), 0);
+  EXPECT_TRUE(watcher.waitForFlags(kCellular));
+  EXPECT_EQ(watcher.calls(), 2);
+}
+
+TEST(NetlinkReachabilityTest, OverflowingEventBufferStillEndsInTheRightState) {
+  if (!insideNamespace()) return runInsideFreshNamespace();
+  NetlinkReachability::Options options{std::chrono::milliseconds(20), std::chrono::milliseconds(200)};
+  options.receiveBufferBytes = 1;  // the kernel's minimum
+  NetlinkReachability source(options);
+  Watcher watcher(source);
+  ASSERT_TRUE(source.start(watcher.callback()));
+
+  // The source's thread stays in the first callback while the burst below
+  // overflows its socket: every interface brings several messages.
+  watcher.hold();
+  addLink("orv0", "orv1", "10.9.0.1/24");
+  ASSERT_EQ(shell("ip route add default via 10.9.0.2 dev orv0"), 0);
+  ASSERT_TRUE(watcher.waitForHeldCallback(1));
+  const std::string batch = std::filesystem::temp_directory_path() / "orvanta-netlink-overflow.batch";
+  {
+    std::ofstream out(batch);
+    for (int i = 0; i < 40; ++i) out << "link add fill" << i << " type veth peer name peer" << i << "\n";
+    out << "route del default\n";
+  }
+  ASSERT_EQ(shell("ip -batch " + batch), 0);
+  std::filesystem::remove(batch);
+  watcher.release();
+
+  EXPECT_TRUE(watcher.waitForFlags(0));
+  EXPECT_EQ(watcher.calls(), 2);
+}
+
+}  // namespace
+}  // namespace orvanta
