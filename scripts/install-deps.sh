@@ -8,6 +8,7 @@ packages=(
   libsqlite3-dev libcurl4-openssl-dev nlohmann-json3-dev libcpp-httplib-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   iproute2 tzdata
+  curl jq
 )
 
 missing=()

@@ -1,0 +1,105 @@
+#include "cli/command_line.h"
+
+#include <charconv>
+#include <functional>
+#include <map>
+
+#include "cli/commands.h"
+#include "cli/usage_error.h"
+
+namespace orvanta::cli {
+namespace {
+
+// The library appends method names and paths directly to a base URL.
+std::string baseUrl(std::string url) {
+  if (url.empty()) throw UsageError("a base URL must not be empty");
+  if (url.back() != '/') url += '/';
+  return url;
+}
+
+// A day at most, which keeps the deadline within the clock's range.
+constexpr double kLongestWait = 86400;
+
+double seconds(const std::string& text) {
+  double value = 0;
+  auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (ec != std::errc() || end != text.data() + text.size() || !(value >= 0 && value <= kLongestWait)) {
+    throw UsageError("--wait needs a number of seconds from 0 to 86400, not \"" + text + "\"");
+  }
+  return value;
+}
+
+using Setter = std::function<void(GlobalOptions&, const std::string&)>;
+
+// Every global option that takes a value.
+const std::map<std::string, Setter, std::less<>>& valueOptions() {
+  static const std::map<std::string, Setter, std::less<>> options{
+      {"--home", [](GlobalOptions& o, const std::string& v) { o.home = v; }},
+      {"--app-id", [](GlobalOptions& o, const std::string& v) { o.appId = v; }},
+      {"--tracking-url", [](GlobalOptions& o, const std::string& v) { o.config.trackingBaseUrl = baseUrl(v); }},
+      {"--rules-url", [](GlobalOptions& o, const std::string& v) { o.config.rulesBaseUrl = baseUrl(v); }},
+      {"--bundle-id", [](GlobalOptions& o, const std::string& v) { o.config.bundleIdentifier = v; }},
+      {"--app-version", [](GlobalOptions& o, const std::string& v) { o.config.bundleShortVersion = v; }},
+      {"--wait", [](GlobalOptions& o, const std::string& v) { o.waitSeconds = seconds(v); }},
+  };
+  return options;
+}
+
+}  // namespace
+
+CommandLine parseCommandLine(const std::vector<std::string>& args) {
+  CommandLine line;
+  std::size_t i = 0;
+  for (; i < args.size() && args[i].starts_with("-"); ++i) {
+    const std::string& flag = args[i];
+    if (flag == "--help" || flag == "-h") {
+      line.help = true;
+      return line;
+    }
+    if (flag == "--quiet") {
+      line.options.quiet = true;
+      continue;
+    }
+    auto option = valueOptions().find(flag);
+    if (option == valueOptions().end()) throw UsageError("unknown option " + flag);
+    if (i + 1 == args.size()) throw UsageError(flag + " needs a value");
+    option->second(line.options, args[++i]);
+  }
+  if (i == args.size()) throw UsageError("no command given");
+  line.command = args[i];
+  line.words.assign(args.begin() + static_cast<std::ptrdiff_t>(i) + 1, args.end());
+  return line;
+}
+
+std::string usageText() {
+  std::string text =
+      "usage: orvanta [options] COMMAND [ARGS]\n"
+      "One invocation is one launch of an app that links the library: the app's\n"
+      "start-up runs, then COMMAND, then the program waits until the offline queue\n"
+      "is empty (or --wait has passed) and exits.\n"
+      "\n"
+      "options:\n"
+      "  --home DIR           the app's home folder (default: $ORVANTA_HOME, else\n"
+      "                       $XDG_DATA_HOME/orvanta/<bundle id>)\n"
+      "  --app-id ID          application id given to start-up (default orvanta-cli)\n"
+      "  --tracking-url URL   tracking server base URL\n"
+      "  --rules-url URL      rules server base URL\n"
+      "  --bundle-id ID       bundle identifier (names the device id's secure item)\n"
+      "  --app-version V      bundle short version\n"
+      "  --wait SECONDS       time limit for the offline queue to empty (default 10)\n"
+      "  --quiet              no line per HTTP exchange\n"
+      "\n"
+      "commands:\n";
+  for (const Command& command : commands()) {
+    std::string head = "  " + std::string(command.name);
+    if (!command.synopsis.empty()) head += " " + std::string(command.synopsis);
+    text += head + "\n      " + std::string(command.summary) + "\n";
+  }
+  text +=
+      "\n"
+      "exit status: 0 done; 1 messages were still queued when the wait ended;\n"
+      "2 the command line could not be used.\n";
+  return text;
+}
+
+}  // namespace orvanta::cli

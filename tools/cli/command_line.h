@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "orvanta/config.h"
+
+namespace orvanta::cli {
+
+// The options that stand in front of the command name.
+struct GlobalOptions {
+  // The app's home folder (documents, settings, secure store); empty: the
+  // library's default ($ORVANTA_HOME, else under $XDG_DATA_HOME or ~/.local/share).
+  std::string home;
+  // The application id given to start-up.
+  std::string appId = "orvanta-cli";
+  // Tracking and rules base URLs, bundle identifier and short version.
+  Config config;
+  // How long to wait, after the command, for the offline queue to empty.
+  double waitSeconds = 10;
+  // Leave out the line per HTTP exchange.
+  bool quiet = false;
+};
+
+struct CommandLine {
+  GlobalOptions options;
+  std::string command;             // empty with --help
+  std::vector<std::string> words;  // what follows the command name
+  bool help = false;
+};
+
+// Reads the arguments after the program name: global options, then the
+// command name and its own words. Throws UsageError naming what it cannot use.
+CommandLine parseCommandLine(const std::vector<std::string>& args);
+
+// The full usage text: global options and every command of the table.
+std::string usageText();
+
+}  // namespace orvanta::cli

@@ -1,0 +1,42 @@
+#include "cli/commands.h"
+
+#include <algorithm>
+
+#include "cli/command_handlers.h"
+
+namespace orvanta::cli {
+
+const std::vector<Command>& commands() {
+  static const std::vector<Command> table{
+      {"start", "", "launch the app and do nothing else", true, parseStart},
+      {"track", "EVENTID [PAYLOAD_JSON]",
+       "a custom event; PAYLOAD_JSON is an object or an array of objects, keys typed "
+       "\"s^\", \"i^\", \"f^\"",
+       true, parseTrack},
+      {"track-many", "N [--prefix P] [--event EVENTID]",
+       "N custom events with payload {\"s^run\":P,\"i^seq\":i}, one after the other's answer; prints "
+       "\"handed P i\" once the library has taken event i",
+       true, parseTrackMany},
+      {"register", "[IDENTITY] [--token HEX]", "register the device (and its push token) for IDENTITY", true,
+       parseRegister},
+      {"login", "IDENTITY", "log IDENTITY in", true, parseLogin},
+      {"logout", "", "log the current identity out", true, parseLogout},
+      {"profile", "IDENTITY ATTRS_JSON", "send profile attributes for IDENTITY", true, parseProfile},
+      {"deeplink", "URL", "open an app-scheme link: its query parameters become the attribution", true,
+       parseDeeplink},
+      {"queue", "", "print the offline queue, one JSON object per line: id, method, data", false, parseQueue},
+      {"inbox", "", "print the stored notifications, one JSON object per line, newest first", false,
+       parseInbox},
+      {"state", "", "print the device id, the session and the stored settings as one JSON object", false,
+       parseState},
+  };
+  return table;
+}
+
+const Command* findCommand(std::string_view name) {
+  const auto& table = commands();
+  auto found = std::find_if(table.begin(), table.end(), [name](const Command& c) { return c.name == name; });
+  return found == table.end() ? nullptr : &*found;
+}
+
+}  // namespace orvanta::cli

@@ -1,0 +1,174 @@
+#!/usr/bin/env bash
+# The Orvanta demo: the host simulator (orvanta) tells a short story against
+# the reference server (orvanta-devserver) on a free loopback port:
+#   first launch (event 20), registration and login, custom events with typed
+#   payloads, an outage during which messages wait in the offline queue, the
+#   server's return with the queue replayed in order, and a later launch (21).
+# It prints what the library sent as it happened, then the server's timeline
+# of what it received, and a verdict. Exit status 0 only when nothing was lost.
+#
+#   tools/demo/run-demo.sh BUILD_DIR [--serve]
+#
+# The demo's files stay in BUILD_DIR/demo (replaced by the next run). The
+# server stops with the demo unless --serve is given: then it keeps serving its
+# live page until Ctrl-C. The last lines say how to start it again on what it
+# received, to browse at leisure.
+set -euo pipefail
+
+usage() { echo "usage: $0 BUILD_DIR [--serve]" >&2; exit 2; }
+[ $# -ge 1 ] || usage
+build=$(cd "$1" && pwd)
+serve=false
+[ "${2:-}" = "--serve" ] && serve=true
+[ $# -le 1 ] || $serve || usage
+
+cli="$build/tools/cli/orvanta"
+devserver="$build/tools/devserver/orvanta-devserver"
+for program in "$cli" "$devserver"; do
+  [ -x "$program" ] || { echo "$program is missing: build first (make build)" >&2; exit 2; }
+done
+for tool in curl jq; do
+  command -v "$tool" > /dev/null || { echo "$tool is missing: run scripts/install-deps.sh" >&2; exit 2; }
+done
+
+demo="$build/demo"
+rm -rf "$demo"
+mkdir -p "$demo"
+app_home="$demo/app"
+received="$demo/received.sqlite"
+
+server_pid=""
+stop_server() {
+  if [ -n "$server_pid" ]; then
+    kill "$server_pid" 2> /dev/null || true
+    wait "$server_pid" 2> /dev/null || true
+    server_pid=""
+  fi
+}
+trap stop_server EXIT
+
+"$devserver" --port 0 --print-json --db "$received" > "$demo/server.out" 2> "$demo/server.err" &
+server_pid=$!
+for _ in $(seq 100); do
+  [ -s "$demo/server.out" ] && break
+  kill -0 "$server_pid" 2> /dev/null || { cat "$demo/server.err" >&2; exit 1; }
+  sleep 0.1
+done
+addresses=$(head -n 1 "$demo/server.out")
+tracking=$(jq -r .tracking <<< "$addresses")
+rules=$(jq -r .rules <<< "$addresses")
+control=$(jq -r .control <<< "$addresses")
+page=$(jq -r .page <<< "$addresses")
+
+bold=""; plain=""
+if [ -t 1 ]; then bold=$'\e[1m'; plain=$'\e[0m'; fi
+chapter() { printf '\n%s== %s%s\n' "$bold" "$*" "$plain"; }
+
+# Messages the app handed to the library: one launch event per launch, plus
+# one per answer line the CLI prints for its command ("track 101 -> 200").
+handed=0
+
+# An argument as it would be typed: quoted when the shell needs it.
+typed() {
+  local word out=""
+  for word in "$@"; do
+    if [[ $word =~ ^[A-Za-z0-9._/:=@-]+$ ]]; then out+=" $word"; else out+=" '$word'"; fi
+  done
+  printf '%s' "${out# }"
+}
+
+# One launch of the app, its output indented; the library's own log lines go
+# to orvanta.log. A launch that ends with messages still queued exits 1,
+# which the outage chapter expects.
+app() {
+  printf '$ orvanta %s\n' "$(typed "$@")"
+  local out status=0
+  out=$("$cli" --home "$app_home" --app-id demo-app --bundle-id io.orvanta.demo \
+    --tracking-url "$tracking" --rules-url "$rules" "$@" 2>> "$demo/orvanta.log") || status=$?
+  sed 's/^/    /' <<< "$out"
+  case "$1" in --wait) shift 2 ;; esac
+  case "$1" in queue | inbox | state) ;; *) handed=$((handed + 1)) ;; esac
+  handed=$((handed + $(grep -v '^http ' <<< "$out" | grep -c ' -> ' || true)))
+  return $status
+}
+
+server_control() {
+  printf '$ curl -d %s <control API>\n' "'$1'"
+  curl -sS --fail -d "$1" "$control" > /dev/null
+}
+
+chapter "The reference server listens on $page"
+
+chapter "First launch of a fresh installation: launch event 20"
+app start
+
+chapter "The user registers the device with its push token, then logs in"
+app register alice --token 9f86d081884c7d659a2feaa0c55ad015
+app login alice
+
+chapter "Custom events with typed payloads (s^ text, i^ integer, f^ decimal)"
+app track 101 '[{"s^name":"running shoe","i^qty":1,"f^price":89.90}]'
+app track 102 '{"s^name":"socks","i^qty":3,"f^price":4.5}'
+
+chapter "Outage: the server goes down; messages wait in the offline queue"
+server_control '{"down":true}'
+app --wait 1 track 103 '{"s^name":"cap","i^qty":1,"f^price":15}' || true
+app --wait 1 profile alice '{"s^city":"Oslo","i^age":41}' || true
+
+chapter "What the app keeps in its offline queue, oldest first"
+printf '$ orvanta queue\n'
+"$cli" --home "$app_home" queue > "$demo/queued.jsonl"
+jq -r '(.data | ltrimstr("data=") | fromjson) as $m |
+  "    row \(.id)  \(.method)  " + (if $m.eventid then "eventid \($m.eventid)" else "identity \($m.identity)" end)' \
+  "$demo/queued.jsonl"
+
+chapter "The server is back; the next launch (event 21) replays the queue in order"
+server_control '{"up":true}'
+# What arrives from here on and matches a queued row is that row's replay.
+back_after=$(curl -sS --fail "${page}api/messages" | jq 'map(.seq) | max // 0')
+app start
+
+chapter "A later launch: nothing left to replay"
+app start
+
+chapter "What the server received (every POST, with its answer)"
+messages=$(curl -sS --fail "${page}api/messages")
+# Two launches within one second send identical bodies, so a queued body is
+# matched once, by the first arrival after the server came back.
+jq -r --argjson after "$back_after" --slurpfile queued <(jq -s 'map(.data)' "$demo/queued.jsonl") '
+  reduce .[] as $m ({left: $queued[0], rows: []};
+    (if $m.seq > $after then (.left | index($m.body)) else null end) as $hit
+    | .rows += [$m + {replayed: ($hit != null)}]
+    | if $hit != null then .left |= del(.[$hit]) else . end)
+  | .rows[]
+  | [ (.seq | tostring), .received_at[11:23], .method,
+      (if .eventid then (.eventid | tostring) else "-" end), .event, (.status | tostring),
+      (if .replayed then "replayed from the queue" else "-" end),
+      (.data.payload // .data.profileDetails // "" | if . == "" then "" else tojson end) ]
+  | @tsv' <<< "$messages" |
+  while IFS=$'\t' read -r seq time method eventid event status note detail; do
+    [ "$note" = "-" ] && note=""
+    printf '  %3s  %s  %-13s %4s  %-13s %s  %-23s %s\n' "$seq" "$time" "$method" "$eventid" "$event" \
+      "$status" "$note" "$detail"
+  done
+
+# Without kills no message is sent twice, so the 200 answers count the
+# messages that arrived.
+received_count=$(jq '[.[] | select(.status == 200)] | length' <<< "$messages")
+lost=$((handed - received_count))
+
+chapter "Verdict"
+printf 'sent %d, received %d, lost %d\n' "$handed" "$received_count" "$lost"
+printf '(the library'"'"'s own log lines are in %s)\n' "$demo/orvanta.log"
+
+if $serve; then
+  printf '\nThe server keeps serving its live page at %s until Ctrl-C.\n' "$page"
+  trap 'stop_server; exit 0' INT TERM
+  wait "$server_pid" || true
+else
+  stop_server
+  printf '\nThe server has stopped. To browse what it received, start it again on its store\n'
+  printf 'and open the live page address it prints:\n'
+  printf '  %s --port 0 --db %s\n' "$devserver" "$received"
+fi
+[ "$lost" -eq 0 ]
