@@ -6,7 +6,9 @@ TSAN_BUILD ?= build-tsan
 
 .PHONY: demo test deps build test-release test-asan test-tsan bench clean
 
-demo: deps build
+demo: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD) -j $(JOBS) --target orvanta-cli orvanta-devserver
 	tools/demo/run-demo.sh $(BUILD)
 
 test: deps test-release test-asan test-tsan

@@ -13,17 +13,6 @@ namespace {
 
 using testing::utcSeconds;
 
-LocalTime fields(int year, int month, int day, int hour, int minute, int second, int weekday = 0) {
-  LocalTime f;
-  f.year = year;
-  f.month = month;
-  f.day = day;
-  f.hour = hour;
-  f.minute = minute;
-  f.second = second;
-  f.weekday = weekday;
-  return f;
-}
 
 DatePattern compiled(const std::string& pattern) {
   std::optional<DatePattern> p = DatePattern::compile(pattern);
@@ -50,16 +39,16 @@ TEST_F(DatePatternTest, RejectsPatternsOutsideTheSupportedSubset) {
 }
 
 TEST_F(DatePatternTest, FormatsEveryFieldZeroPadded) {
-  const LocalTime early = fields(2005, 3, 4, 5, 6, 7, 5);
+  const LocalTime early = wallTime(2005, 3, 4, 5, 6, 7, 5);
   EXPECT_EQ(compiled("yyyy-MM-dd HH:mm:ss EEEE").format(early, names_), "2005-03-04 05:06:07 Friday");
   EXPECT_EQ(compiled("yyMMddHHmmss").format(early, names_), "050304050607");
-  EXPECT_EQ(compiled("yyyy").format(fields(987, 1, 1, 0, 0, 0), names_), "0987");
-  EXPECT_EQ(compiled("yy").format(fields(2100, 1, 1, 0, 0, 0), names_), "00");
+  EXPECT_EQ(compiled("yyyy").format(wallTime(987, 1, 1, 0, 0, 0), names_), "0987");
+  EXPECT_EQ(compiled("yy").format(wallTime(2100, 1, 1, 0, 0, 0), names_), "00");
 }
 
 TEST_F(DatePatternTest, QuotedTextAndPunctuationAreLiteral) {
   const DatePattern pattern = compiled("HH 'o''clock' ''mm'' 'yyyy'");
-  EXPECT_EQ(pattern.format(fields(2020, 1, 1, 9, 5, 0), names_), "09 o'clock '05' yyyy");
+  EXPECT_EQ(pattern.format(wallTime(2020, 1, 1, 9, 5, 0), names_), "09 o'clock '05' yyyy");
   const std::optional<LocalTime> read = pattern.parse("09 o'clock '05' yyyy");
   ASSERT_TRUE(read.has_value());
   EXPECT_EQ(read->hour, 9);
@@ -111,10 +100,10 @@ TEST_F(DatePatternTest, WeekdayNamesFormatButNeverParse) {
 }
 
 TEST_F(DatePatternTest, UtcSecondsOfKnownInstants) {
-  EXPECT_EQ(utcSecondsOf(fields(1970, 1, 1, 0, 0, 0)), 0);
-  EXPECT_EQ(utcSecondsOf(fields(2000, 3, 1, 0, 0, 0)), 951868800);
-  EXPECT_EQ(utcSecondsOf(fields(2038, 1, 19, 3, 14, 8)), 2147483648LL);
-  EXPECT_EQ(utcSecondsOf(fields(1969, 12, 31, 23, 59, 59)), -1);
+  EXPECT_EQ(utcSecondsOf(wallTime(1970, 1, 1, 0, 0, 0)), 0);
+  EXPECT_EQ(utcSecondsOf(wallTime(2000, 3, 1, 0, 0, 0)), 951868800);
+  EXPECT_EQ(utcSecondsOf(wallTime(2038, 1, 19, 3, 14, 8)), 2147483648LL);
+  EXPECT_EQ(utcSecondsOf(wallTime(1969, 12, 31, 23, 59, 59)), -1);
 }
 
 }  // namespace

@@ -15,16 +15,6 @@ using testing::ScopedEnvironment;
 using testing::ScopedTimeZone;
 using testing::utcSeconds;
 
-LocalTime wallTime(int year, int month, int day, int hour, int minute, int second = 0) {
-  LocalTime f;
-  f.year = year;
-  f.month = month;
-  f.day = day;
-  f.hour = hour;
-  f.minute = minute;
-  f.second = second;
-  return f;
-}
 
 void expectWallTime(const LocalTime& f, int year, int month, int day, int hour, int minute, int second) {
   EXPECT_EQ(f.year, year);
