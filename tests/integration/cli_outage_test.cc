@@ -4,6 +4,7 @@
 // message exactly as it was first encoded, and leaves nothing behind.
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,9 @@ struct Outage {
   Json fault;           // the control document that starts it
   std::string outcome;  // how the CLI reports a message sent during it
 };
+
+// Names the outage in test listings instead of dumping its bytes.
+void PrintTo(const Outage& outage, std::ostream* out) { *out << outage.name; }
 
 class CliOutageTest : public CliFixture, public ::testing::WithParamInterface<Outage> {};
 
