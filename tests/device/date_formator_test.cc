@@ -46,7 +46,7 @@ class DateFormatorTest : public ::testing::TestWithParam<Zone> {
 
   // The instant of the given local wall time, plus fraction.
   double local(int year, int month, int day, int hour, int minute, int second = 0) const {
-    return static_cast<double>(clock_->fromLocal(wallTime(year, month, day, hour, minute, second)));
+    return static_cast<double>(clock_->fromLocal(testing::wallTime(year, month, day, hour, minute, second)));
   }
   void setLocal(int year, int month, int day, int hour, int minute, int second = 0, double fraction = 0) {
     clock_->set(Date{local(year, month, day, hour, minute, second) + fraction});

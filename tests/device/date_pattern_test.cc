@@ -11,6 +11,8 @@
 namespace orvanta {
 namespace {
 
+using testing::wallTime;
+
 using testing::utcSeconds;
 
 

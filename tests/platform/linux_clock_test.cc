@@ -14,6 +14,7 @@ namespace {
 using testing::ScopedEnvironment;
 using testing::ScopedTimeZone;
 using testing::utcSeconds;
+using testing::wallTime;
 
 
 void expectWallTime(const LocalTime& f, int year, int month, int day, int hour, int minute, int second) {
