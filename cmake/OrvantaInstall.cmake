@@ -17,5 +17,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/OrvantaConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/OrvantaConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Orvanta)
 
+# The .pc file finds the prefix from where it lies, so installing with
+# --prefix elsewhere still gives right paths.
+file(RELATIVE_PATH ORVANTA_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/orvanta.pc.in ${CMAKE_CURRENT_BINARY_DIR}/orvanta.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/orvanta.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
