@@ -55,8 +55,8 @@ void OrvantaWebServiceHandler::postRequestDataToTheServer(const std::string& met
   // when none was ever stored) is what goes out; no user agent is built here.
   auto& model = runtime_.dataModel();
   const Value stored = runtime_.commanMethods().getFromDefaults(settings_key::kUserAgent);
-  std::string userAgent = OrvantaCommanMethods::removeBlankSpaceValue(&stored);
-  if (const auto* text = stored.asString()) userAgent = *text;
+  const std::string* text = stored.asString();
+  std::string userAgent = text ? *text : OrvantaCommanMethods::removeBlankSpaceValue(&stored);
   model.setStrUserAgent(userAgent);
   request.headers.emplace_back("User-Agent", std::move(userAgent));
   request.body = params;
