@@ -32,6 +32,12 @@ class WalCheckpointerTest : public ::testing::Test {
       ASSERT_EQ(insert.step(), SQLITE_DONE);
     }
   }
+  // One commit of some 25 pages: the checkpoint it asks for cannot run while
+  // this thread is still writing.
+  void writeOneLargeCommit() {
+    std::lock_guard writing(writers_);
+    ASSERT_EQ(sqlite::execute(db_.get(), "INSERT INTO rows VALUES (zeroblob(100000))"), SQLITE_OK);
+  }
   std::uintmax_t fileSize() { return std::filesystem::file_size(path_); }
   std::uintmax_t logSize() { return std::filesystem::file_size(path_ + "-wal"); }
   // The log header's checkpoint sequence: how often the log has started over.
@@ -56,18 +62,20 @@ TEST_F(WalCheckpointerTest, CopiesTheLogIntoTheFileOncePastTheThreshold) {
   checkpointer.flush();
   EXPECT_EQ(fileSize(), before) << "below the threshold nothing is copied";
 
-  write(10);
+  writeOneLargeCommit();
   checkpointer.flush();
-  EXPECT_GT(fileSize(), before + 10 * 6000);
+  EXPECT_GT(fileSize(), before + 100000);
 }
 
 TEST_F(WalCheckpointerTest, StartsTheLogOverItselfAfterACompleteCheckpoint) {
   WalCheckpointer checkpointer(path_, 16, writers_);
   checkpointer.attach(db_.get());
-  write(12);
+  writeOneLargeCommit();
   checkpointer.flush();
-  // Started over with no further write from this thread: the next writer
-  // here appends to a fresh log instead of starting (and syncing) one.
+  EXPECT_EQ(logGeneration(), 1u) << "started over with no further write from this thread";
+  // So the next writer appends to the fresh log instead of starting (and
+  // syncing) one itself.
+  write(1);
   EXPECT_EQ(logGeneration(), 1u);
 }
 
