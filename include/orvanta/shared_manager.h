@@ -54,15 +54,17 @@ class OrvantaSharedManager {
   // Foreground presentation of a notification: always the alert option only.
   void userNotificationCenter(const Map& notification, const std::function<void(int options)>& completionHandler);
 
-  // The secure-store item opened by getPushID (null before).
-  KeychainItemWrapper* keychainItemWrapperObj() const;
+  // The secure-store item opened by getPushID (null before). Shared, so that
+  // it stays valid for its holder when a later start-up opens a new one; not
+  // thread-safe itself.
+  std::shared_ptr<KeychainItemWrapper> keychainItemWrapperObj() const;
 
  private:
   void saveStartUpSettings(const std::string& applicationId);
 
   Runtime& runtime_;
   mutable std::mutex keychainMutex_;
-  std::unique_ptr<KeychainItemWrapper> keychainItemWrapperObj_;
+  std::shared_ptr<KeychainItemWrapper> keychainItemWrapperObj_;
 };
 
 }  // namespace orvanta

@@ -64,6 +64,12 @@ Value OrvantaCommanMethods::getFromDefaults(std::string_view key) const {
   return Value(removeBlankSpaceValue(fallback ? &*fallback : nullptr));
 }
 
+std::string OrvantaCommanMethods::getTextFromDefaults(std::string_view key) const {
+  const Value stored = getFromDefaults(key);
+  if (const auto* text = stored.asString()) return *text;
+  return removeBlankSpaceValue(&stored);
+}
+
 std::string OrvantaCommanMethods::removeBlankSpaceValue(const Value* value) {
   if (!value || value->isNull()) return {};
   std::string text;

@@ -40,6 +40,9 @@ class OrvantaCommanMethods {
   // store's entry under the literal key "key", blank-normalised. So the
   // answer is never null: a missing setting reads as "".
   Value getFromDefaults(std::string_view key) const;
+  // getFromDefaults for a setting kept as text: a stored string exactly as it
+  // is (blanks included); any other kind as removeBlankSpaceValue renders it.
+  std::string getTextFromDefaults(std::string_view key) const;
   // "" for null (nullptr), the null marker, "<null>", "(null)" and blanks;
   // otherwise the text trimmed of blanks and tabs. Numbers read as their text.
   static std::string removeBlankSpaceValue(const Value* value);

@@ -1,5 +1,7 @@
 #include "orvanta/shared_manager.h"
 
+#include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <random>
 
@@ -64,13 +66,24 @@ void OrvantaSharedManager::saveStartUpSettings(const std::string& applicationId)
 }
 
 std::string OrvantaSharedManager::getGUID() {
-  thread_local std::mt19937_64 random{std::random_device{}()};
-  std::uniform_int_distribution<int> nibble(0, 15);
+  // Every bit from the system's entropy source: the identifier names one
+  // installation among millions, which a generator seeded with 32 bits could
+  // not keep apart.
+  std::random_device entropy;
+  std::array<std::uint8_t, 16> bytes{};
+  for (std::size_t i = 0; i < bytes.size(); i += 4) {
+    const std::uint32_t word = entropy();
+    for (std::size_t j = 0; j < 4; ++j) bytes[i + j] = static_cast<std::uint8_t>(word >> (8 * j));
+  }
+  bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0F) | 0x40);  // version 4: random
+  bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3F) | 0x80);  // the RFC 4122 variant
   static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string guid = "xxxxxxxx-xxxx-4xxx-yxxx-xxxxxxxxxxxx";
-  for (char& c : guid) {
-    if (c == 'x') c = kDigits[nibble(random)];
-    if (c == 'y') c = kDigits[8 + nibble(random) % 4];  // the RFC 4122 variant
+  std::string guid;
+  guid.reserve(36);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (i == 4 || i == 6 || i == 8 || i == 10) guid.push_back('-');
+    guid.push_back(kDigits[bytes[i] >> 4]);
+    guid.push_back(kDigits[bytes[i] & 0x0F]);
   }
   return guid;
 }
@@ -79,7 +92,7 @@ std::string OrvantaSharedManager::getPushID() {
   const auto& platform = runtime_.platform();
   auto& store = *platform.standardSettings;
   std::lock_guard lock(keychainMutex_);
-  keychainItemWrapperObj_ = std::make_unique<KeychainItemWrapper>(
+  keychainItemWrapperObj_ = std::make_shared<KeychainItemWrapper>(
       *platform.secureStore, runtime_.config().bundleIdentifier + kKeychainIdentifierSuffix, std::nullopt);
   // The secure store outlives a removed app while the settings do not, so the
   // first start of every installation forgets the old identifier.
@@ -115,8 +128,7 @@ std::string OrvantaSharedManager::getIdentity() {
   if (auto identity = model.strIdentity(); !identity.empty()) return identity;
   // The settings lookup never answers null, so the app-group identity is
   // never consulted: a missing identity reads as "".
-  const Value stored = runtime_.commanMethods().getFromDefaults(settings_key::kIdentity);
-  model.setStrIdentity(OrvantaCommanMethods::removeBlankSpaceValue(&stored));
+  model.setStrIdentity(runtime_.commanMethods().getTextFromDefaults(settings_key::kIdentity));
   return model.strIdentity();
 }
 
@@ -151,9 +163,9 @@ void OrvantaSharedManager::userNotificationCenter(const Map& /*notification*/,
   if (completionHandler) completionHandler(kNotificationOptionAlert);
 }
 
-KeychainItemWrapper* OrvantaSharedManager::keychainItemWrapperObj() const {
+std::shared_ptr<KeychainItemWrapper> OrvantaSharedManager::keychainItemWrapperObj() const {
   std::lock_guard lock(keychainMutex_);
-  return keychainItemWrapperObj_.get();
+  return keychainItemWrapperObj_;
 }
 
 }  // namespace orvanta

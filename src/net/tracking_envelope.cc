@@ -60,8 +60,7 @@ void OrvantaWebServiceHandler::postPreparedDictionaryToServer(Map trackingObject
   auto& manager = runtime_.sharedManager();
   // The stored id wins over a renewed one kept only in memory, except for the
   // message right after the renewal; that is the session rule as it stands.
-  const Value storedSession = runtime_.commanMethods().getFromDefaults(settings_key::kSessionId);
-  model.setStrSessionid(OrvantaCommanMethods::removeBlankSpaceValue(&storedSession));
+  model.setStrSessionid(runtime_.commanMethods().getTextFromDefaults(settings_key::kSessionId));
   manager.checkSessionId();
   trackingObject.set("sessionid", model.strSessionid());
   manager.addDeepLinkParametersInDict(trackingObject);

@@ -54,9 +54,7 @@ void OrvantaWebServiceHandler::postRequestDataToTheServer(const std::string& met
   // The settings lookup never answers null, so the stored user agent (or ""
   // when none was ever stored) is what goes out; no user agent is built here.
   auto& model = runtime_.dataModel();
-  const Value stored = runtime_.commanMethods().getFromDefaults(settings_key::kUserAgent);
-  const std::string* text = stored.asString();
-  std::string userAgent = text ? *text : OrvantaCommanMethods::removeBlankSpaceValue(&stored);
+  std::string userAgent = runtime_.commanMethods().getTextFromDefaults(settings_key::kUserAgent);
   model.setStrUserAgent(userAgent);
   request.headers.emplace_back("User-Agent", std::move(userAgent));
   request.body = params;

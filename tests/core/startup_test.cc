@@ -21,10 +21,13 @@ class StartUpTest : public ::testing::Test {
 };
 
 TEST_F(StartUpTest, FirstLaunchFillsTheStateStoresTheSettingsAndSendsEvent20) {
-  model().setSessionIdTimeoutInMinutes(5);  // set before start-up: overwritten
+  manager().setSessionTimeOutInMinutes(5);  // set before start-up: overwritten
   manager().setUpApplicationId("app-42");
 
-  EXPECT_TRUE(std::regex_match(model().strPushId(), std::regex("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}")));
+  // A random (version 4, RFC 4122 variant) UUID in upper case.
+  EXPECT_TRUE(std::regex_match(model().strPushId(),
+                               std::regex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}")))
+      << model().strPushId();
   EXPECT_TRUE(std::regex_match(model().strSessionid(), std::regex("[0-9]{12}")));
   EXPECT_EQ(model().SessionIdTimeoutInMinutes(), 60);
   EXPECT_EQ(model().strAppVersion(), "3.1");
@@ -107,12 +110,14 @@ TEST_F(StartUpTest, DeviceTokenIsKeptRawAndReadAsHex) {
             "0102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f20");
 }
 
-TEST_F(StartUpTest, IdentityIsEmptyUntilSetAndSurvivesARelaunch) {
+TEST_F(StartUpTest, IdentityIsEmptyUntilSetAndSurvivesARelaunchExactlyAsGiven) {
   EXPECT_EQ(manager().getIdentity(), "");
   EXPECT_EQ(model().strIdentity(), "");
-  manager().setUpIdentity("ada");
-  app.relaunch();
-  EXPECT_EQ(manager().getIdentity(), "ada");
+  for (const char* identity : {"ada", " ada\t", "(null)"}) {
+    manager().setUpIdentity(identity);
+    app.relaunch();
+    EXPECT_EQ(manager().getIdentity(), identity);
+  }
 }
 
 TEST(VersionTest, ExportedVersionValues) {
