@@ -50,6 +50,27 @@ TEST_F(SessionTest, ASessionIsRenewedOnceThePreviousEventIsOlderThanTheTimeout) 
   EXPECT_EQ(*track(102).find("sessionid"), Value(startSession));
 }
 
+TEST_F(SessionTest, TheTimeoutSetAfterStartUpRenewsTheSessionOnceReached) {
+  manager().setUpApplicationId("app");
+  manager().setSessionTimeOutInMinutes(5);
+  const std::string startSession = model().strSessionid();
+  model().setPrevTrackingEventTime(kStartStamp);
+
+  // Under a minute since the previous event: nothing changes at all.
+  app.platform().clock->advance(59);
+  EXPECT_EQ(*track(100).find("sessionid"), Value(startSession));
+  EXPECT_EQ(model().prevTrackingEventTime(), kStartStamp);
+
+  // Four whole minutes: the session goes on from now.
+  app.platform().clock->advance(4 * 60);
+  EXPECT_EQ(*track(101).find("sessionid"), Value(startSession));
+  EXPECT_EQ(model().prevTrackingEventTime(), "231114221819");
+
+  // Exactly the timeout: renewed.
+  app.platform().clock->advance(5 * 60);
+  EXPECT_EQ(*track(102).find("sessionid"), Value("231114222319"));
+}
+
 TEST_F(SessionTest, ResetSessionEndsAttributionAndClearsStoredRules) {
   manager().setUpApplicationId("app");
   app.platform().standardSettings->set("popupRules", "old");
@@ -121,8 +142,19 @@ TEST(QueryParametersTest, DecodesItemsWithValuesLastOneWinning) {
   EXPECT_EQ(parameters, (Map{{"a", "2"}, {"c", ""}, {"sp", " x+y+z"}, {"name", "v"}}));
 }
 
+TEST(QueryParametersTest, AQuestionMarkInsideTheFragmentStartsNoQuery) {
+  EXPECT_TRUE(queryParameters("myapp://open#/page?__ktm_source=mail").empty());
+  EXPECT_EQ(queryParameters("myapp://open?a=1#/page?b=2"), (Map{{"a", "1"}}));
+  EXPECT_EQ(queryParameters("myapp://[::1]:8080/p?a=1"), (Map{{"a", "1"}}));
+}
+
+TEST(QueryParametersTest, EscapesThatAreNotUTF8LeaveTheItemWithoutAValue) {
+  EXPECT_EQ(queryParameters("myapp://x?a=%FF&b=%C3%A9&c=%C3&d=%ED%A0%80"), (Map{{"b", "\u00e9"}}));
+}
+
 TEST(QueryParametersTest, TextThatIsNotAURLGivesNothing) {
-  for (const char* bad : {"myapp://x?a=b c", "myapp://x?a=%zz", "myapp://x?a=%4", "myapp://x?a=\"q\""})
+  for (const char* bad : {"myapp://x?a=b c", "myapp://x?a=%zz", "myapp://x?a=%4", "myapp://x?a=\"q\"",
+                          "myapp://x?a=[1]", "myapp://x?a=1#f#g"})
     EXPECT_TRUE(queryParameters(bad).empty()) << bad;
   EXPECT_TRUE(queryParameters("myapp://no-query").empty());
 }
@@ -134,6 +166,11 @@ TEST(ReplaceKeyTest, MovesAPresentKeyAndLeavesAnExistingTargetAlone) {
   Map untouched{{"new", 3}};
   replaceKey(untouched, "old", "new");
   EXPECT_EQ(untouched, (Map{{"new", 3}}));
+  Map onto{{"a", 1}, {"b", 2}};
+  replaceKey(onto, "a", "b");
+  EXPECT_EQ(onto, (Map{{"b", 1}}));
+  replaceKey(onto, "b", "b");
+  EXPECT_TRUE(onto.empty());
 }
 
 }  // namespace
