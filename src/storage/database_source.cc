@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "core/comman_methods.h"
 #include "device/date_formator.h"
 #include "device/file_utilities.h"
 #include "orvanta/json.h"
@@ -27,10 +28,12 @@ constexpr const char* kNewestNotifications = "SELECT * FROM trv_notifications or
 constexpr const char* kDeleteNotifications = "DELETE FROM trv_notifications";
 
 // The journal of messages in flight. Its own table, so that the queue keeps
-// exactly the rows and order it is defined to have. The rowid (largest + 1)
-// orders rows by insertion among those present, which is all recovery needs.
+// exactly the rows and order it is defined to have. AUTOINCREMENT: an ID is
+// never handed out twice, so a ticket names one message only, even after
+// another process on the same file has recovered (and so removed) rows.
 constexpr const char* kCreateJournal =
-    "CREATE TABLE IF NOT EXISTS OrvantaInFlightEvents (ID INTEGER PRIMARY KEY, EventName TEXT, EventData TEXT);";
+    "CREATE TABLE IF NOT EXISTS OrvantaInFlightEvents (ID INTEGER PRIMARY KEY AUTOINCREMENT, EventName TEXT, "
+    "EventData TEXT);";
 constexpr const char* kJournalInsert = "INSERT INTO OrvantaInFlightEvents (EventName, EventData) VALUES (?, ?)";
 constexpr const char* kJournalDelete = "DELETE FROM OrvantaInFlightEvents WHERE ID = ?";
 constexpr const char* kJournalMoveOne =
@@ -106,7 +109,6 @@ sqlite3* DatabaseSource::connection() {
   sqlite::execute(db.get(), "PRAGMA journal_mode=WAL");
   sqlite::execute(db.get(), "PRAGMA synchronous=NORMAL");
   sqlite3_busy_timeout(db.get(), kBusyTimeoutMs);
-  sqlite::execute(db.get(), kCreateJournal);
   if (!checkpointer_) checkpointer_ = std::make_unique<WalCheckpointer>(path, kCheckpointPages, mutex_);
   checkpointer_->attach(db.get());
   connection_ = std::move(db);
@@ -115,13 +117,27 @@ sqlite3* DatabaseSource::connection() {
 
 void DatabaseSource::createDatabase() {
   std::lock_guard lock(mutex_);
-  if (std::filesystem::exists(databasePath())) {
+  std::error_code error;
+  // SQLite writes the file before its first table, so a file without any
+  // table is one whose making a crash cut short: it is made again, rather
+  // than left without a queue for good.
+  if (std::filesystem::exists(databasePath(), error) && !holdsNoTable()) {
     createInboxTable();
+    sqlite::execute(connection(), kCreateJournal);
     return;
   }
   sqlite3* db = connection();
+  // In one transaction, so that a crash leaves every table or none.
+  sqlite::Transaction transaction(db);
   sqlite::execute(db, kCreateQueue);
   sqlite::execute(db, kCreateInbox);
+  sqlite::execute(db, kCreateJournal);
+  transaction.commit();
+}
+
+bool DatabaseSource::holdsNoTable() {
+  sqlite::Statement anyTable(connection(), "SELECT 1 FROM sqlite_master WHERE type = 'table' LIMIT 1");
+  return anyTable.step() == SQLITE_DONE;
 }
 
 void DatabaseSource::createNewTablesInDatabase() {
@@ -287,7 +303,12 @@ std::optional<std::int64_t> DatabaseSource::journalEvent(const std::string& name
   sqlite::Statement insert(db, kJournalInsert);
   insert.bindText(1, name);
   insert.bindText(2, data);
-  if (insert.step() != SQLITE_DONE) return std::nullopt;
+  if (insert.step() != SQLITE_DONE) {
+    runtime_.commanMethods().log("cannot journal a message before sending it (" +
+                                 std::string(db ? sqlite3_errmsg(db) : "the database cannot be opened") +
+                                 "); a crash before its answer would lose it");
+    return std::nullopt;
+  }
   return sqlite3_last_insert_rowid(db);
 }
 

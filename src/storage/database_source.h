@@ -48,9 +48,11 @@ class DatabaseSource {
   DatabaseSource(const DatabaseSource&) = delete;
   DatabaseSource& operator=(const DatabaseSource&) = delete;
 
-  // Makes the folder, and when no file exists yet the file with both tables;
-  // an existing file only gains trv_notifications if it lacks it
-  // (OfflineEvents is never created in an existing file). Errors ignored.
+  // Makes the folder, and when no file exists yet the file with both tables
+  // (and the journal) in one transaction; an existing file only gains
+  // trv_notifications (and the journal) if it lacks them: OfflineEvents is
+  // never created in an existing file. A file that holds no table at all
+  // counts as not existing. Errors ignored.
   void createDatabase();
   void createNewTablesInDatabase();
 
@@ -94,12 +96,13 @@ class DatabaseSource {
   bool DeleteAllReceivedNotifications();
 
   // The in-flight journal: a message between its first send and the answer.
-  // journalEvent answers the row's ticket, nullopt when it could not be
-  // written. dropJournaled removes it (whether a row went). moveJournaledToQueue
-  // moves it to the end of OfflineEvents in one transaction (whether it did;
-  // on failure the row stays in the journal). recoverJournal moves every
-  // journal row to the end of OfflineEvents, oldest first, in one
-  // transaction, and answers how many; 0 and nothing moved on failure.
+  // journalEvent answers the row's ticket, nullopt (and a log line) when it
+  // could not be written. dropJournaled removes it (whether a row went).
+  // moveJournaledToQueue moves it to the end of OfflineEvents in one
+  // transaction (whether it did; on failure the row stays in the journal).
+  // recoverJournal moves every journal row to the end of OfflineEvents,
+  // oldest first, in one transaction, and answers how many; 0 and nothing
+  // moved on failure.
   std::optional<std::int64_t> journalEvent(const std::string& name, const std::string& data);
   bool dropJournaled(std::int64_t id);
   bool moveJournaledToQueue(std::int64_t id);
@@ -113,6 +116,7 @@ class DatabaseSource {
   bool openDBConnectionLocked();
   sqlite3* getDBConnectionLocked();
   void createInboxTable();
+  bool holdsNoTable();
   Array receivedNotifications();
   void notificationOpened(const Map& notification, const std::string& status);
 

@@ -17,7 +17,8 @@
 //   during the replay can repeat a message but never overtake one.
 // - Duplicates are allowed: a kill between a 200 and the row's deletion sends
 //   that row again.
-// - At the end the queue is empty.
+// - At the end the queue is empty, and so is the journal of messages in
+//   flight.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -32,6 +33,7 @@
 #include <vector>
 
 #include "integration/cli_harness.h"
+#include "support/database_probe.h"
 
 namespace orvanta::clitest {
 namespace {
@@ -101,6 +103,8 @@ TEST_F(CliCrashTest, KilledAtRandomInstantsLosesNothingAndKeepsOrderPerLaunch) {
   CliRun last = cli().run({"--wait", "250", "--quiet", "start"}, seconds(270));
   ASSERT_EQ(last.status, 0) << last.out << last.err;
   EXPECT_TRUE(cli().queue().empty());
+  const testing::DatabaseProbe database(testing::databasePathIn((cli().home() / "Documents").string()));
+  EXPECT_EQ(database.column("SELECT COUNT(*) FROM OrvantaInFlightEvents"), std::vector<std::string>{"0"});
 
   // First arrivals per launch, in arrival order.
   std::map<std::string, std::vector<std::int64_t>> firstArrivals;

@@ -7,7 +7,7 @@
 #include <atomic>
 #include <thread>
 
-#include "storage/database_probe.h"
+#include "support/database_probe.h"
 #include "storage/database_source.h"
 #include "storage/db_manager.h"
 #include "support/test_runtime.h"

@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-#include "storage/database_probe.h"
+#include "support/database_probe.h"
 #include "support/test_runtime.h"
 
 namespace orvanta {
@@ -190,6 +190,24 @@ TEST_F(DatabaseSourceTest, EveryOperationRunsItsStatementTextExactly) {
             (std::vector<std::string>{"UPDATE trv_notifications SET Status = 'it''s read' WHERE ID LIKE 'o''k%'"}));
   database().DeleteAllReceivedNotifications();
   EXPECT_EQ(trace.take(), (std::vector<std::string>{"DELETE FROM trv_notifications"}));
+}
+
+TEST_F(DatabaseSourceTest, AFileACrashLeftWithoutAnyTableIsMadeAgainWithTheTextsAsWritten) {
+  // Opening the connection writes the file: what a crash right after the
+  // first open leaves behind.
+  StatementTrace trace(database().getDBConnection());
+  ASSERT_TRUE(fs::exists(path()));
+  database().createDatabase();
+  std::vector<std::string> creates;
+  for (std::string& text : trace.take())
+    if (text.starts_with("CREATE")) creates.push_back(std::move(text));
+  ASSERT_GE(creates.size(), 2u);
+  EXPECT_EQ(creates[0],
+            "CREATE TABLE IF NOT EXISTS OfflineEvents (ID INTEGER PRIMARY KEY AUTOINCREMENT, EventName TEXT, "
+            "EventData TEXT);");
+  EXPECT_EQ(creates[1], "CREATE TABLE IF NOT EXISTS trv_notifications (ID TEXT, Message TEXT, DeliverTime TEXT, "
+                        "Status TEXT);");
+  EXPECT_TRUE(database().addEvent("app_activity", "data={}"));
 }
 
 }  // namespace

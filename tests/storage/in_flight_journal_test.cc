@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "net/web_service_handler.h"
-#include "storage/database_probe.h"
+#include "support/database_probe.h"
 #include "storage/database_source.h"
 #include "storage/db_manager.h"
 #include "support/test_runtime.h"
@@ -42,7 +42,7 @@ TEST_F(InFlightJournalTest, JournalRowsStayOutOfTheQueueUntilMoved) {
   EXPECT_EQ(queued().size(), 2u);
 }
 
-TEST_F(InFlightJournalTest, DroppingRemovesOnlyThatRow) {
+TEST_F(InFlightJournalTest, DroppingRemovesOnlyThatRowAndATicketIsNeverHandedOutTwice) {
   const auto first = database().journalEvent("app_activity", "data=1");
   const auto second = database().journalEvent("app_activity", "data=2");
   ASSERT_TRUE(first && second);
@@ -51,6 +51,19 @@ TEST_F(InFlightJournalTest, DroppingRemovesOnlyThatRow) {
   EXPECT_FALSE(database().dropJournaled(*first));
   EXPECT_EQ(probe().column("SELECT EventData FROM OrvantaInFlightEvents"), (std::vector<std::string>{"data=2"}));
   EXPECT_TRUE(queued().empty());
+
+  // The newest row goes behind its sender's back (another process on the
+  // file recovered it): the ticket the sender holds must not come to name
+  // the next message.
+  const auto third = database().journalEvent("app_activity", "data=3");
+  ASSERT_TRUE(third);
+  ASSERT_TRUE(probe().execute("DELETE FROM OrvantaInFlightEvents WHERE ID = " + std::to_string(*third)));
+  const auto fourth = database().journalEvent("app_activity", "data=4");
+  ASSERT_TRUE(fourth);
+  EXPECT_NE(*fourth, *third);
+  EXPECT_FALSE(database().dropJournaled(*third));
+  EXPECT_EQ(probe().column("SELECT EventData FROM OrvantaInFlightEvents ORDER BY ID"),
+            (std::vector<std::string>{"data=2", "data=4"}));
 }
 
 TEST_F(InFlightJournalTest, RecoveryQueuesEveryJournalRowOldestFirstBehindTheQueue) {

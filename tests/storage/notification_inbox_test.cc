@@ -2,7 +2,7 @@
 // window, the prefix match of opening, and values holding quotes.
 #include <gtest/gtest.h>
 
-#include "storage/database_probe.h"
+#include "support/database_probe.h"
 #include "storage/database_source.h"
 #include "support/test_runtime.h"
 

@@ -5,7 +5,7 @@
 #include "core/notification_hub.h"
 #include "device/reachability.h"
 #include "net/web_service_handler.h"
-#include "storage/database_probe.h"
+#include "support/database_probe.h"
 #include "storage/database_source.h"
 #include "storage/db_manager.h"
 #include "support/test_runtime.h"

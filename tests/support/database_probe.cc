@@ -1,4 +1,4 @@
-#include "storage/database_probe.h"
+#include "support/database_probe.h"
 
 namespace orvanta::testing {
 
