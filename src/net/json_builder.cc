@@ -21,6 +21,10 @@ bool isJsonCompatible(const Value& value) {
   return true;
 }
 
+// A JSON document here is an object or an array; a bare number, string,
+// boolean or null at the top is refused, in both directions.
+bool isContainer(const Value& value) { return value.isMap() || value.isArray(); }
+
 }  // namespace
 
 OrvantaJsonBuilder::ParseResult OrvantaJsonBuilder::parseJsonObject(const Value& argument) {
@@ -28,10 +32,12 @@ OrvantaJsonBuilder::ParseResult OrvantaJsonBuilder::parseJsonObject(const Value&
   if (!bytes) return std::monostate{};
   auto parsed = parseJson(std::string_view(reinterpret_cast<const char*>(bytes->data()), bytes->size()));
   if (!parsed) return JsonError{"the data is not valid JSON"};
+  if (!isContainer(*parsed)) return JsonError{"the JSON text is not an object or an array"};
   return std::move(*parsed);
 }
 
 OrvantaJsonBuilder::CreateResult OrvantaJsonBuilder::createJsonObject(const Value& value) {
+  if (!isContainer(value)) return JsonError{"only an object or an array is a JSON document"};
   if (!isJsonCompatible(value)) return JsonError{"the value holds bytes, a date or a number JSON cannot carry"};
   const std::string text = dumpJson(value);
   return Bytes(text.begin(), text.end());

@@ -123,6 +123,7 @@ TEST_F(EnvelopeTest, GetAnswersParsedJsonOr500) {
       {200, "[]", 200, Value(Array{})},       {200, "{\"a\":1}", 200, Value(Map{{"a", 1}})},
       {404, "[]", 500, std::nullopt},         {200, "not json", 500, std::nullopt},
       {200, std::nullopt, 500, std::nullopt}, {0, std::nullopt, 500, std::nullopt},
+      {200, "5", 500, std::nullopt},          {200, "null", 500, std::nullopt},
   };
   for (const auto& c : cases) {
     http.setResponder([&](const HttpRequest&) { return HttpResponse{c.status, {}, c.body, {}}; });
