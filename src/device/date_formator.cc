@@ -77,10 +77,10 @@ std::optional<Date> DateFormator::formatDate(const std::optional<std::string>& t
 }
 
 Date DateFormator::getCurrentDate() const {
-  // A round trip through the local calendar fields: the wall time of now,
-  // read back as an instant, which drops the fraction of a second.
-  const LocalTime fields = clock_.toLocal(wholeSeconds(clock_.now()));
-  return Date{static_cast<double>(clock_.fromLocal(fields))};
+  // Now without its fraction of a second: what formatting now as local wall
+  // time and reading it back gives, except in the hour that repeats when
+  // daylight saving ends, where the reading back could land an hour off.
+  return Date{static_cast<double>(wholeSeconds(clock_.now()))};
 }
 
 LocalTime DateFormator::currentLocalFields() const { return clock_.toLocal(wholeSeconds(getCurrentDate())); }

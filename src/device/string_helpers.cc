@@ -3,13 +3,6 @@
 #include <algorithm>
 #include <cctype>
 
-// GCC 12 with the address sanitizer reports a false "may be used
-// uninitialized" inside libstdc++'s regex compiler (std::function members of
-// its internal states). The pragma covers the header only.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#include <regex>
-#pragma GCC diagnostic pop
 
 namespace orvanta {
 namespace {
@@ -49,9 +42,10 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b) {
   return std::ranges::equal(a, b, [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
 }
 
-// The standard library's matcher recurses once per character; past this
-// length the text cannot be an address anyway.
-constexpr std::size_t kLongestAddress = 320;
+bool isAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isAsciiLetterOrDigit(char c) { return isAsciiLetter(c) || (c >= '0' && c <= '9'); }
+bool isLocalPartCharacter(char c) { return isAsciiLetterOrDigit(c) || std::string_view("._%+-").find(c) != std::string_view::npos; }
+bool isDomainCharacter(char c) { return isAsciiLetterOrDigit(c) || c == '.' || c == '-'; }
 
 }  // namespace
 
@@ -62,9 +56,20 @@ std::string removeblankSpace(std::string_view s) {
 }
 
 bool validateEmail(std::string_view s) {
-  static const std::regex pattern("[A-Z0-9a-z._%+-]+@[A-Za-z0-9.-]+\\.[A-Za-z]{2,4}");
-  if (s.size() > kLongestAddress) return false;
-  return std::regex_match(s.begin(), s.end(), pattern);
+  // The pattern [A-Z0-9a-z._%+-]+@[A-Za-z0-9.-]+\.[A-Za-z]{2,4}, matched in
+  // one pass (a regex matcher recurses per character and overflows the stack
+  // on long text). Neither class holds "@", so the text holds exactly one;
+  // the last label holds no ".", so it is what follows the domain's last dot.
+  const std::size_t at = s.find('@');
+  if (at == std::string_view::npos || at == 0) return false;
+  const std::string_view local = s.substr(0, at);
+  const std::string_view domain = s.substr(at + 1);
+  const std::size_t dot = domain.rfind('.');
+  if (dot == std::string_view::npos || dot == 0) return false;
+  const std::string_view ending = domain.substr(dot + 1);
+  return ending.size() >= 2 && ending.size() <= 4 && std::ranges::all_of(ending, isAsciiLetter) &&
+         std::ranges::all_of(domain.substr(0, dot), isDomainCharacter) &&
+         std::ranges::all_of(local, isLocalPartCharacter);
 }
 
 bool isNULL(const std::string* s) {

@@ -15,9 +15,8 @@ std::string removeblankSpace(std::string_view s);
 
 // Whether the whole of s matches [A-Z0-9a-z._%+-]+@[A-Za-z0-9.-]+\.[A-Za-z]{2,4}.
 // The last label has 2 to 4 letters only, so "a@b.museum" is rejected; that
-// limit is part of the contract. Text longer than 320 characters (a 64-byte
-// local part, "@" and a 255-byte domain) is no address and is rejected
-// without running the matcher. Thread-safe.
+// limit is part of the contract. Any length of text is fine (one pass, no
+// recursion). Thread-safe.
 bool validateEmail(std::string_view s);
 
 // The null-string test of payload readers. It answers false for every

@@ -194,6 +194,17 @@ TEST_F(DateFormatorDaylightSavingTest, BerlinSkipsAndRepeatsAnHour) {
   EXPECT_EQ(stampAt("Europe/Berlin", utcSeconds(2024, 10, 27, 1, 30, 0)), "241027023000");
 }
 
+TEST_F(DateFormatorDaylightSavingTest, CurrentDateIsNowThroughoutTheRepeatedHour) {
+  if (!ScopedTimeZone::installed("Europe/Berlin")) GTEST_SKIP() << "no Europe/Berlin rules";
+  ScopedTimeZone zone("Europe/Berlin");
+  // 02:30 comes at 00:30 UTC (summer time) and again at 01:30 UTC.
+  for (const long long utc : {utcSeconds(2024, 10, 27, 0, 30, 0), utcSeconds(2024, 10, 27, 1, 30, 0)}) {
+    VirtualClock clock(Date{static_cast<double>(utc) + 0.5}, std::make_shared<LinuxClock>());
+    EXPECT_EQ(DateFormator(clock, [] { return std::optional<Date>(); }).getCurrentDate(),
+              Date{static_cast<double>(utc)});
+  }
+}
+
 TEST_F(DateFormatorDaylightSavingTest, AdelaideMovesByAnHourOnAHalfHourOffset) {
   if (!ScopedTimeZone::installed("Australia/Adelaide")) GTEST_SKIP() << "no Australia/Adelaide rules";
   // 2024-10-06: 02:00 ACST (+09:30) becomes 03:00 ACDT (+10:30).

@@ -58,17 +58,18 @@ TEST(ValidateEmailTest, RejectsEverythingElse) {
   for (const char* text : {"user@example.museum", "user@example.travel", "user@example.c", "user@example.c0m",
                            "user @example.com", " user@example.com", "user@example.com ", "user@exa mple.com",
                            "userexample.com", "user@@example.com", "@example.com", "user@.com", "user@example",
-                           "us(er@example.com", "user@example.com\n", "us\xC3\xA9r@example.com", ""}) {
+                           "us(er@example.com", "user@example.com\n", "us\xC3\xA9r@example.com", "",
+                           "user@example..", "user@example.co.", "user@exa@mple.com", "user@-.c0.de.", "u@.de"}) {
     EXPECT_FALSE(validateEmail(text)) << text;
   }
 }
 
-TEST(ValidateEmailTest, OverlongTextIsRejectedWithoutRecursingThroughIt) {
-  const std::string local(64, 'a');
-  const std::string longestDomain = std::string(251, 'b') + ".com";
-  EXPECT_TRUE(validateEmail(local + "@" + longestDomain));  // 320 characters
-  EXPECT_FALSE(validateEmail(local + "a@" + longestDomain));
-  EXPECT_FALSE(validateEmail(std::string(1'000'000, 'a') + "@example.com"));
+TEST(ValidateEmailTest, LongTextIsJudgedByThePatternAlone) {
+  const std::string longLocal(1'000'000, 'a');
+  EXPECT_TRUE(validateEmail(longLocal + "@example.com"));
+  EXPECT_TRUE(validateEmail("a@" + std::string(1'000'000, 'b') + ".com"));
+  EXPECT_FALSE(validateEmail(longLocal + " @example.com"));
+  EXPECT_FALSE(validateEmail(longLocal + "@example.comma"));
 }
 
 TEST(IsNullTest, NoStringCountsAsNull) {
