@@ -11,8 +11,10 @@ using LogSink = std::function<void(std::string_view line)>;
 
 // Replaces the sink (an empty sink restores the default, standard error).
 // Thread-safe; a line being written while the sink changes goes to one of them.
+// Not to be called from within a sink.
 void setLogSink(LogSink sink);
-// Writes one line through the sink. Thread-safe.
+// Writes one line through the sink. Thread-safe: the sink gets one line at a
+// time. A line logged from within the sink goes to standard error.
 void logLine(std::string_view line);
 
 }  // namespace orvanta

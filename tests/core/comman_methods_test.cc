@@ -57,5 +57,17 @@ TEST(LogTest, LinesCarryThePrefixWord) {
   EXPECT_EQ(lines, std::vector<std::string>{"Orvanta hello"});
 }
 
+TEST(LogTest, ASinkThatLogsItselfDoesNotWaitForItself) {
+  std::vector<std::string> lines;
+  setLogSink([&](std::string_view line) {
+    lines.emplace_back(line);
+    logLine("from within the sink");  // to standard error, not back here
+  });
+  logLine("first");
+  logLine("second");
+  setLogSink([](std::string_view) {});
+  EXPECT_EQ(lines, (std::vector<std::string>{"first", "second"}));
+}
+
 }  // namespace
 }  // namespace orvanta::testing
