@@ -3,7 +3,9 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <condition_variable>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -120,6 +122,7 @@ class CurlHttpClient::Engine {
       if (!stopping_) {
         queued_.push_back({std::move(request), std::move(completion)});
         curl_multi_wakeup(multi_.get());
+        workArrived_.notify_one();
         return;
       }
     }
@@ -131,6 +134,7 @@ class CurlHttpClient::Engine {
     std::lock_guard lock(mutex_);
     stopping_ = true;
     curl_multi_wakeup(multi_.get());
+    workArrived_.notify_one();
   }
 
   // The network thread's loop: starts queued jobs, drives the transfers and
@@ -157,8 +161,14 @@ class CurlHttpClient::Engine {
         deliverFinished();
         code = curl_multi_poll(multi_.get(), nullptr, 0, kIdleWaitMillis, nullptr);
       }
-      // The multi handle itself failed: its transfers cannot go on.
-      if (code != CURLM_OK) failActive(curl_multi_strerror(code));
+      // The multi handle itself failed: its transfers cannot go on. It may
+      // go on failing, so wait for new work rather than spin on it.
+      if (code != CURLM_OK) {
+        failActive(curl_multi_strerror(code));
+        std::unique_lock lock(mutex_);
+        workArrived_.wait_for(lock, std::chrono::milliseconds(kIdleWaitMillis),
+                              [this] { return stopping_ || !queued_.empty(); });
+      }
     }
   }
 
@@ -292,8 +302,9 @@ class CurlHttpClient::Engine {
   const CurlHttpOptions options_;
   const CurlMulti multi_;
   std::mutex mutex_;
-  std::vector<Job> queued_;  // guarded by mutex_
-  bool stopping_ = false;    // guarded by mutex_
+  std::condition_variable workArrived_;  // after the multi handle failed
+  std::vector<Job> queued_;              // guarded by mutex_
+  bool stopping_ = false;                // guarded by mutex_
   // Transfers added to multi_; touched by the network thread only.
   std::unordered_map<CURL*, std::unique_ptr<Transfer>> active_;
 };
