@@ -54,7 +54,8 @@ TEST_F(EnvelopeTest, CommonFieldsComeInTableOrderThenTheEventThenSessionAndAdid)
 }
 
 TEST_F(EnvelopeTest, TheWireFormIsDataEqualsCompactJsonToTheBaseUrlPlusMethod) {
-  tracking().sendAppTrackingEvent(5, nullptr);
+  tracking().sendAppTrackingEventWithCustomPayload(
+      5, Array{Map{{"s^url", "https://x.io/a?b=1&c=%20"}, {"s^name", "caf\u00e9 \"A\""}, {"f^price", 89.9}}}, nullptr);
   const auto request = app.platform().http->requests().back();
   EXPECT_EQ(request.method, "POST");
   EXPECT_EQ(request.url, "https://track.test/app_activity");
@@ -67,6 +68,12 @@ TEST_F(EnvelopeTest, TheWireFormIsDataEqualsCompactJsonToTheBaseUrlPlusMethod) {
   // Compact: no blank after a separator anywhere.
   EXPECT_EQ(request.body.find(": "), std::string::npos);
   EXPECT_EQ(request.body.find(", "), std::string::npos);
+  // Neither form-encoded nor escaped beyond what JSON needs: slashes and
+  // non-ASCII text go as they are.
+  EXPECT_NE(request.body.find(R"("payload":[{"s^url":"https://x.io/a?b=1&c=%20","s^name":"café \"A\"",)"
+                              R"("f^price":89.9}],"eventid":5,)"),
+            std::string::npos)
+      << request.body;
 }
 
 TEST_F(EnvelopeTest, AStoredUserAgentGoesOutAndMethodNamesArePercentEncoded) {
@@ -74,6 +81,12 @@ TEST_F(EnvelopeTest, AStoredUserAgentGoesOutAndMethodNamesArePercentEncoded) {
   app.runtime().webServiceHandler().postRequestDataToTheServer("odd method%", "data={}", nullptr);
   const auto request = app.platform().http->requests().back();
   EXPECT_EQ(request.url, "https://track.test/odd%20method%25");
+
+  // The URL-fragment set: letters, digits and -._~!$&'()*+,;=:@/? stay.
+  app.runtime().webServiceHandler().postRequestDataToTheServer("#[]^{}|\"<>\\`\u00e9?/:@!$&'()*+,;=~-._",
+                                                               "data={}", nullptr);
+  EXPECT_EQ(app.platform().http->requests().back().url,
+            "https://track.test/%23%5B%5D%5E%7B%7D%7C%22%3C%3E%5C%60%C3%A9?/:@!$&'()*+,;=~-._");
   EXPECT_EQ(request.headers[1].second, "Host/1.0 (x) ");
   EXPECT_EQ(app.runtime().dataModel().strUserAgent(), "Host/1.0 (x) ");
 }
