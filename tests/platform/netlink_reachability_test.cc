@@ -30,8 +30,8 @@ int shell(const std::string& command) { return std::system((command + " >/dev/nu
 // Outside the namespace: runs the current test again inside a fresh one and
 // reports its output when it fails; skips when that cannot be done here.
 void runInsideFreshNamespace() {
-  if (shell("unshare -rn ip link show lo") != 0) {
-    GTEST_SKIP() << "user and network namespaces (unshare -rn) or the ip tool are unavailable";
+  if (shell("unshare -rn ip link add orvprobe0 type veth peer name orvprobe1") != 0) {
+    GTEST_SKIP() << "user and network namespaces (unshare -rn), veth links or the ip tool are unavailable";
   }
   const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
   const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
@@ -133,12 +133,17 @@ TEST(NetlinkReachabilityTest, FollowsDefaultRoutesAndTheirInterfaces) {
   ASSERT_EQ(shell("ip link set orv1 up"), 0);
   EXPECT_TRUE(watcher.waitForFlags(kReachable));
 
+  // The route's own interface goes down: the kernel drops its routes with
+  // no route event of their own.
+  ASSERT_EQ(shell("ip link set orv0 down"), 0);
+  EXPECT_TRUE(watcher.waitForFlags(0));
+
   const int callsBefore = watcher.calls();
-  EXPECT_EQ(callsBefore, 5);
+  EXPECT_EQ(callsBefore, 6);
   source.stop();
   // Stopped, the flags are read on demand.
-  ASSERT_EQ(shell("ip -6 route del default"), 0);
-  EXPECT_EQ(source.flags(), 0u);
+  ASSERT_EQ(shell("ip link set orv0 up && ip route add default via 10.9.0.2 dev orv0"), 0);
+  EXPECT_EQ(source.flags(), kReachable);
   EXPECT_EQ(watcher.calls(), callsBefore);
 }
 

@@ -238,48 +238,56 @@ void NetlinkReachability::stop() {
 }
 
 void NetlinkReachability::run() {
-  // A burst: events seen since the last read, from firstEvent to lastEvent.
-  bool burst = false;
+  // When the state is next to be read: once a burst of events has settled
+  // (put off by maxDelay at most from its first event), or, after a read
+  // that failed, once the retry interval has passed.
+  bool burst = false;  // events seen since the last read, from firstEvent on
   Clock::time_point firstEvent;
-  Clock::time_point lastEvent;
-  const auto due = [&] { return std::min(lastEvent + options_.settle, firstEvent + options_.maxDelay); };
+  std::optional<Clock::time_point> readAt;
   for (;;) {
     int timeoutMs = -1;
-    if (burst) {
-      const auto wait = std::chrono::ceil<std::chrono::milliseconds>(due() - Clock::now());
+    if (readAt) {
+      const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*readAt - Clock::now());
       timeoutMs = static_cast<int>(std::max<std::chrono::milliseconds::rep>(0, wait.count()));
     }
     pollfd fds[2] = {{events_.get(), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
     if (::poll(fds, 2, timeoutMs) < 0) {
       if (errno == EINTR) continue;
+      // Out of memory, say: the flags must not freeze, so read them again
+      // after a pause and go on watching.
       logErrno("poll");
-      return;
+      std::this_thread::sleep_for(options_.retry);
+      readAt = Clock::now();
+      continue;
     }
     if (fds[1].revents != 0) return;
     if (fds[0].revents != 0) {
       drain(events_.get());
-      lastEvent = Clock::now();
-      if (!burst) firstEvent = lastEvent;
+      const auto now = Clock::now();
+      if (!burst) firstEvent = now;
       burst = true;
+      readAt = std::min(now + options_.settle, firstEvent + options_.maxDelay);
     }
     // Checked even when events keep coming, so that maxDelay holds.
-    if (burst && Clock::now() >= due()) {
+    if (readAt && Clock::now() >= *readAt) {
       burst = false;
-      refresh();
+      readAt.reset();
+      if (!refresh()) readAt = Clock::now() + options_.retry;
     }
   }
 }
 
-void NetlinkReachability::refresh() {
+bool NetlinkReachability::refresh() {
   const std::optional<std::uint32_t> now = readFlags();
   ChangeCallback callback;
   {
     std::lock_guard lock(mutex_);
-    if (now == flags_) return;
+    if (now == flags_) return now.has_value();
     flags_ = now;
     callback = callback_;
   }
   if (callback) callback();
+  return now.has_value();
 }
 
 }  // namespace orvanta

@@ -39,6 +39,9 @@ class NetlinkReachability : public ReachabilitySource {
     std::chrono::milliseconds maxDelay{1000};
     // Receive buffer of the event socket in bytes; 0 keeps the system's.
     int receiveBufferBytes = 0;
+    // How soon a read of the state that failed (the flags are then unknown,
+    // read as unreachable) is tried again, with or without new events.
+    std::chrono::milliseconds retry{1000};
   };
 
   NetlinkReachability();
@@ -59,7 +62,8 @@ class NetlinkReachability : public ReachabilitySource {
  private:
   void run();
   // Reads the state again; runs the callback when the flags changed.
-  void refresh();
+  // Answers whether the state could be read.
+  bool refresh();
 
   const Options options_;
   // Held through start and stop, so that they run one at a time; never
