@@ -15,7 +15,7 @@ void ManualMainQueue::postAfter(double delaySeconds, Task task) {
   pending_.push_back({due, nextOrder_++, std::move(task)});
 }
 
-bool ManualMainQueue::isCurrent() const { return running_.load() > 0; }
+bool ManualMainQueue::isCurrent() const { return runner_.load() == std::this_thread::get_id(); }
 
 void ManualMainQueue::stop() {
   std::lock_guard lock(mutex_);
@@ -38,9 +38,9 @@ std::size_t ManualMainQueue::runUntilIdle() {
   std::size_t ran = 0;
   Task task;
   while (popDue(clock_->now().secondsSince1970, &task)) {
-    ++running_;
+    const std::thread::id outer = runner_.exchange(std::this_thread::get_id());
     task();
-    --running_;
+    runner_.store(outer);
     ++ran;
   }
   return ran;

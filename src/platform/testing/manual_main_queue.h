@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "orvanta/platform/main_queue.h"
@@ -14,7 +15,8 @@ namespace orvanta::testing {
 // A main queue that runs nothing by itself: the test runs what is due, or
 // moves the virtual clock forward, and tasks run on the test's thread in the
 // order of their due time (ties in posting order). Posting is thread-safe, so
-// network threads may post while the test waits.
+// network threads may post while the test waits. isCurrent() is true on the
+// thread running a task only, as on a real main queue.
 class ManualMainQueue : public MainQueue {
  public:
   explicit ManualMainQueue(std::shared_ptr<VirtualClock> clock);
@@ -48,7 +50,8 @@ class ManualMainQueue : public MainQueue {
   std::vector<Pending> pending_;
   std::uint64_t nextOrder_ = 0;
   bool stopped_ = false;
-  std::atomic<int> running_{0};
+  // The thread running a task right now; a default id when none is.
+  std::atomic<std::thread::id> runner_{};
 };
 
 }  // namespace orvanta::testing
