@@ -7,6 +7,7 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -57,6 +58,8 @@ struct Flavor {
   const char* name;
   bool persistent;
 };
+
+void PrintTo(const Flavor& flavor, std::ostream* out) { *out << flavor.name; }
 
 class SecureStoreSemanticsTest : public ::testing::TestWithParam<Flavor> {
  protected:
