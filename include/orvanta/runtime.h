@@ -28,7 +28,9 @@ class Runtime {
   // Builds the components lazily, each on first use (thread-safe).
   Runtime(Platform platform, Config config);
   // Fails what is in flight over HTTP (so it lands in the offline queue),
-  // stops the main queue, then destroys the components.
+  // stops the main queue, then destroys the components. Not to be run from
+  // within an HTTP completion or a main-queue task of this runtime: those
+  // threads cannot wait for themselves.
   ~Runtime();
   Runtime(const Runtime&) = delete;
   Runtime& operator=(const Runtime&) = delete;
