@@ -129,7 +129,9 @@ TEST_F(DevServerTest, MethodIsThePercentDecodedRestOfThePath) {
 }
 
 TEST_F(DevServerTest, MalformedBodiesAreAnswered400AndStillRecorded) {
-  const std::vector<std::string> bodies = {"foo=bar", "data=not json", "data=[1,2]", ""};
+  // Nested past any stack a recursive copy or dump could use.
+  const std::string deep = "data={\"a\":" + std::string(100'000, '[') + std::string(100'000, ']') + "}";
+  const std::vector<std::string> bodies = {"foo=bar", "data=not json", "data=[1,2]", "", deep};
   for (const auto& body : bodies) EXPECT_EQ(post("pn_login", body), 400) << body;
 
   Json all = messages();

@@ -16,11 +16,11 @@ void answerError(httplib::Response& response, int status, const char* what) {
 
 void applyControl(DevServer& server, const httplib::Request& request,
                   httplib::Response& response) {
+  const Json document = parseDocument(request.body);
+  if (document.is_discarded()) return answerError(response, 400, "the body is not a JSON document");
   try {
-    ControlRequest change = parseControlRequest(Json::parse(request.body));
+    ControlRequest change = parseControlRequest(document);
     response.set_content(dumpJson(server.control(change)), kJson);
-  } catch (const Json::parse_error& error) {
-    answerError(response, 400, error.what());
   } catch (const std::invalid_argument& error) {
     answerError(response, 400, error.what());
   } catch (const std::runtime_error& error) {

@@ -19,7 +19,7 @@ std::optional<std::string> stringField(const Json& object, const char* key) {
 DecodedBody decodeTrackingBody(std::string_view body) {
   DecodedBody decoded;
   if (!body.starts_with(kDataPrefix)) return decoded;
-  Json data = Json::parse(body.substr(kDataPrefix.size()), nullptr, /*allow_exceptions=*/false);
+  Json data = parseDocument(body.substr(kDataPrefix.size()));
   if (!data.is_object()) return decoded;
   if (auto it = data.find("eventid"); it != data.end() && it->is_number_integer()) {
     decoded.eventid = it->get<std::int64_t>();
