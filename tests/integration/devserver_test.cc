@@ -225,6 +225,11 @@ TEST_F(DevServerTest, RuleDocumentsAreServedFromTheFolder) {
 
   EXPECT_EQ(site().Get("/rules/inappactivity/other.json")->status, 404);
   EXPECT_EQ(site().Get("/rules/inappactivity/..%2Fsecret.json")->status, 404);
+  // Only documents ending in ".json", and only files.
+  std::ofstream(folder() / "rules" / "notes.txt") << "private";
+  std::filesystem::create_directories(folder() / "rules" / "folder.json");
+  EXPECT_EQ(site().Get("/rules/inappactivity/notes.txt%00.json")->status, 404);
+  EXPECT_EQ(site().Get("/rules/inappactivity/folder.json")->status, 404);
 }
 
 TEST_F(DevServerTest, PopupPageWiresItsButtonsToTheBridgeFunctions) {

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -89,9 +90,12 @@ void serveRules(const SiteContext& context, const httplib::Request& request,
   std::string appid = request.matches[1];
   response.status = 404;
   // The route admits no "/" in the id (cpp-httplib matches the decoded path), so the name
-  // cannot leave the folder.
-  if (context.rules_dir.empty()) return;
-  std::ifstream file(context.rules_dir / (appid + ".json"), std::ios::binary);
+  // cannot leave the folder; a NUL would end the name early, before its ".json".
+  if (context.rules_dir.empty() || appid.find('\0') != std::string::npos) return;
+  const std::filesystem::path document = context.rules_dir / (appid + ".json");
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(document, error)) return;
+  std::ifstream file(document, std::ios::binary);
   if (!file) return;
   response.status = 200;
   response.set_content(std::string(std::istreambuf_iterator<char>(file), {}), kJson);
