@@ -220,13 +220,16 @@ std::optional<OrvantaEventModel> DatabaseSource::getEvent() {
   return event;
 }
 
-std::vector<OrvantaEventModel> DatabaseSource::getAllEvents() {
+std::optional<std::vector<OrvantaEventModel>> DatabaseSource::getAllEvents() {
   std::lock_guard lock(mutex_);
-  std::vector<OrvantaEventModel> events;
   sqlite::Statement all(connection(), kAllEvents);
-  while (all.step() == SQLITE_ROW) {
+  if (!all.ok()) return std::nullopt;
+  std::vector<OrvantaEventModel> events;
+  int step = SQLITE_ROW;
+  while ((step = all.step()) == SQLITE_ROW) {
     events.push_back({static_cast<std::int32_t>(all.integer(0)), all.text(1), all.text(2)});
   }
+  if (step != SQLITE_DONE) return std::nullopt;
   return events;
 }
 

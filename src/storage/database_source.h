@@ -76,9 +76,10 @@ class DatabaseSource {
   bool addEvent(const std::string& name, const std::string& data);
   bool deleteData(std::int32_t id);
   std::optional<OrvantaEventModel> getEvent();
-  // Every queued row, oldest first; empty when there is none or the queue is
-  // unreadable. For tools that show the queue; leaves DBConnection as it was.
-  std::vector<OrvantaEventModel> getAllEvents();
+  // Every queued row, oldest first; nullopt when the queue cannot be read
+  // (no file, no table). For tools that show the queue; leaves DBConnection
+  // as it was.
+  std::optional<std::vector<OrvantaEventModel>> getAllEvents();
 
   // The inbox. A notification is keyed by the text at "payload" -> "trid";
   // one without a text there is treated as already delivered.

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -37,7 +38,10 @@ TEST_F(CliCommandsTest, BadCommandLinesGetTheUsageAndStatus2AndLaunchNothing) {
       {{"--wait", "1e9", "start"}, "--wait needs a number of seconds"},
       {{"track"}, "missing EVENTID"},
       {{"track", "12x"}, "EVENTID must be an integer"},
+      {{"track", "99999999999999999999"}, "EVENTID must fit in 64 bits"},
       {{"track", "101", "\"shoe\""}, "PAYLOAD_JSON must be a JSON object or an array"},
+      {{"track", "101", R"([{"s^a":"x"},3])"}, "PAYLOAD_JSON must be a JSON object or an array of objects"},
+      {{"track", "101", R"({"i^n":1e400})"}, "PAYLOAD_JSON holds a number out of range"},
       {{"track", "101", "{}", "more"}, "unexpected argument more"},
       {{"track-many", "-1"}, "N must not be negative"},
       {{"track-many", "3", "--prefix"}, "--prefix needs a value"},
@@ -185,6 +189,21 @@ TEST_F(CliCommandsTest, InspectionCommandsShowTheStoredStateAndSendNothing) {
 
   EXPECT_EQ(server().messages().size(), received);
   EXPECT_EQ(Json::parse(cli().run({"state"}).out), shown) << "looking changed the state";
+}
+
+TEST_F(CliCommandsTest, AHomeWhereNothingCanBeStoredIsNeverReportedAsAnEmptyQueue) {
+  // A file where the home folder should be: no database can be made in it.
+  std::filesystem::create_directories(cli().home().parent_path());
+  std::ofstream(cli().home()) << "not a folder";
+  server().control({{"down", true}});
+
+  CliRun launch = cli().run({"--wait", "1", "track", "5"});
+  EXPECT_EQ(launch.status, 1) << launch.out;
+  EXPECT_EQ(launch.lines().back(), "wait over: queue not readable");
+
+  CliRun queue = cli().run({"queue"});
+  EXPECT_EQ(queue.status, 1);
+  EXPECT_NE(queue.err.find("the offline queue cannot be read"), std::string::npos) << queue.err;
 }
 
 }  // namespace

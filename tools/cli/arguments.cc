@@ -10,7 +10,7 @@ namespace orvanta::cli {
 namespace {
 
 // nlohmann's message without its "[json.exception.parse_error.101] " tag.
-std::string parseErrorText(const Json::parse_error& error) {
+std::string errorText(const Json::exception& error) {
   std::string_view text = error.what();
   std::size_t tag = text.find("] ");
   return std::string(tag == std::string_view::npos ? text : text.substr(tag + 2));
@@ -50,6 +50,9 @@ void Arguments::finish() const {
 std::int64_t integerArgument(std::string_view what, const std::string& text) {
   std::int64_t value = 0;
   auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (ec == std::errc::result_out_of_range) {
+    throw UsageError(std::string(what) + " must fit in 64 bits, not \"" + text + "\"");
+  }
   if (ec != std::errc() || end != text.data() + text.size()) {
     throw UsageError(std::string(what) + " must be an integer, not \"" + text + "\"");
   }
@@ -63,7 +66,10 @@ Value jsonArgument(std::string_view what, const std::string& text) {
     // nlohmann counts from 1 and points at the byte it could not use (one
     // past the end when the text stopped short).
     throw UsageError(std::string(what) + " is not valid JSON at byte " + std::to_string(error.byte) + ": " +
-                     parseErrorText(error));
+                     errorText(error));
+  } catch (const Json::out_of_range& error) {
+    // A number no double can hold, such as 1e400; nlohmann names it.
+    throw UsageError(std::string(what) + " holds a number out of range: " + errorText(error));
   }
 }
 

@@ -97,7 +97,8 @@ std::string usageText() {
   }
   text +=
       "\n"
-      "exit status: 0 done; 1 messages were still queued when the wait ended;\n"
+      "exit status: 0 done; 1 messages were still queued (or the queue could not\n"
+      "be read) when the wait ended, or the command could not do its work;\n"
       "2 the command line could not be used.\n";
   return text;
 }

@@ -65,8 +65,9 @@ QueueState Host::waitUntilSettled(Deadline deadline) {
   }
   QueueState state;
   state.inFlight = http_->inFlight();
-  state.queued = onMainQueue([this] { return runtime_->databaseSource().getAllEvents().size(); },
-                             std::chrono::steady_clock::now() + kLastLook);
+  const auto rows = onMainQueue([this] { return runtime_->databaseSource().getAllEvents(); },
+                                std::chrono::steady_clock::now() + kLastLook);
+  if (rows && *rows) state.queued = (*rows)->size();
   return state;
 }
 

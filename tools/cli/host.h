@@ -22,7 +22,7 @@ using Deadline = std::chrono::steady_clock::time_point;
 
 // Where the offline queue stood when a wait ended.
 struct QueueState {
-  std::optional<std::size_t> queued;  // rows in the offline queue; nullopt: not read in time
+  std::optional<std::size_t> queued;  // rows in the offline queue; nullopt: not readable (in time)
   int inFlight = 0;                   // HTTP requests not yet answered
   bool settled() const { return queued == 0 && inFlight == 0; }
 };

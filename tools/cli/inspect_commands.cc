@@ -3,6 +3,7 @@
 
 #include "cli/command_handlers.h"
 #include "cli/host.h"
+#include "cli/usage_error.h"
 #include "core/comman_methods.h"
 #include "orvanta/json.h"
 #include "orvanta/runtime.h"
@@ -52,7 +53,9 @@ Json storedText(const SettingsStore& store, const char* key) {
 
 Action parseQueue(Arguments&) {
   return [](Host& host) {
-    for (const OrvantaEventModel& event : database(host).getAllEvents()) {
+    const std::optional<std::vector<OrvantaEventModel>> events = database(host).getAllEvents();
+    if (!events) throw CommandFailed("the offline queue cannot be read (see the library's log above)");
+    for (const OrvantaEventModel& event : *events) {
       Json row{{"id", event.eventID}, {"method", event.strEventName}, {"data", event.strEventData}};
       host.output().line(line(row));
     }

@@ -15,6 +15,7 @@ namespace orvanta::cli {
 namespace {
 
 constexpr int kQueueLeft = 1;
+constexpr int kCommandFailed = 1;
 constexpr int kUsage = 2;
 
 // What main needs once the words are read: the command and its action.
@@ -46,19 +47,22 @@ std::string describe(const QueueState& state) {
 int run(const Invocation& invocation) {
   const GlobalOptions& options = invocation.line.options;
   auto output = std::make_shared<Output>(!options.quiet);
-  Host host(options, output);
+  auto host = std::make_unique<Host>(options, output);
   if (!invocation.command->launches) {
-    invocation.action(host);
+    invocation.action(*host);
     return 0;
   }
 
-  host.launch();
-  invocation.action(host);
+  host->launch();
+  invocation.action(*host);
   auto deadline = std::chrono::steady_clock::now() +
                   std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                       std::chrono::duration<double>(options.waitSeconds));
-  host.waitForCompletions(deadline);
-  QueueState state = host.waitUntilSettled(deadline);
+  host->waitForCompletions(deadline);
+  const QueueState state = host->waitUntilSettled(deadline);
+  // The app closes before the last line, so that what closing prints (the
+  // requests still in flight failing into the queue) comes before it.
+  host.reset();
   if (state.settled()) {
     output->line("queue empty");
     return 0;
@@ -83,5 +87,10 @@ int main(int argc, char** argv) {
     std::cout << usageText();
     return 0;
   }
-  return run(invocation);
+  try {
+    return run(invocation);
+  } catch (const CommandFailed& error) {
+    std::cerr << "orvanta: " << error.what() << "\n";
+    return kCommandFailed;
+  }
 }

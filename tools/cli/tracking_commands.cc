@@ -1,4 +1,5 @@
 // start, track, track-many and deeplink: what an app does with its own events.
+#include <algorithm>
 #include <chrono>
 #include <string>
 
@@ -20,7 +21,10 @@ constexpr auto kOneAnswer = std::chrono::seconds(120);
 // A payload is one product map or an array of them.
 Array productData(const Value& payload) {
   if (payload.isMap()) return Array{payload};
-  if (const Array* products = payload.asArray()) return *products;
+  const Array* products = payload.asArray();
+  if (products && std::all_of(products->begin(), products->end(), [](const Value& p) { return p.isMap(); })) {
+    return *products;
+  }
   throw UsageError("PAYLOAD_JSON must be a JSON object or an array of objects");
 }
 
