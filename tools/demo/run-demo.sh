@@ -19,8 +19,11 @@ usage() { echo "usage: $0 BUILD_DIR [--serve]" >&2; exit 2; }
 [ $# -ge 1 ] || usage
 build=$(cd "$1" && pwd)
 serve=false
-[ "${2:-}" = "--serve" ] && serve=true
-[ $# -le 1 ] || $serve || usage
+case $# in
+  1) ;;
+  2) [ "$2" = "--serve" ] || usage; serve=true ;;
+  *) usage ;;
+esac
 
 cli="$build/tools/cli/orvanta"
 devserver="$build/tools/devserver/orvanta-devserver"
@@ -64,9 +67,22 @@ bold=""; plain=""
 if [ -t 1 ]; then bold=$'\e[1m'; plain=$'\e[0m'; fi
 chapter() { printf '\n%s== %s%s\n' "$bold" "$*" "$plain"; }
 
-# Messages the app handed to the library: one launch event per launch, plus
-# one per answer line the CLI prints for its command ("track 101 -> 200").
-handed=0
+# Every message the app handed to the library, as "method eventid" ("-" for
+# none): one launch event per launch (20 on the first, 21 after), plus one per
+# answer line the CLI prints for its command ("track 101 -> 200").
+handed=()
+launched=false
+
+message_key() {
+  case "$1" in
+    track\ *) echo "app_activity ${1#track }" ;;
+    register) echo "pn_register 25" ;;
+    login) echo "pn_login 22" ;;
+    logout) echo "pn_logout 23" ;;
+    profile) echo "profilePush -" ;;
+    *) echo "unknown $1" ;;
+  esac
+}
 
 # An argument as it would be typed: quoted when the shell needs it.
 typed() {
@@ -87,8 +103,17 @@ app() {
     --tracking-url "$tracking" --rules-url "$rules" "$@" 2>> "$demo/orvanta.log") || status=$?
   sed 's/^/    /' <<< "$out"
   case "$1" in --wait) shift 2 ;; esac
-  case "$1" in queue | inbox | state) ;; *) handed=$((handed + 1)) ;; esac
-  handed=$((handed + $(grep -v '^http ' <<< "$out" | grep -c ' -> ' || true)))
+  case "$1" in
+    queue | inbox | state) ;;
+    *)
+      if $launched; then handed+=("app_activity 21"); else handed+=("app_activity 20"); fi
+      launched=true
+      ;;
+  esac
+  local label
+  while IFS= read -r label; do
+    handed+=("$(message_key "$label")")
+  done < <(grep -v '^http ' <<< "$out" | grep ' -> ' | sed 's/ -> .*//')
   return $status
 }
 
@@ -133,6 +158,7 @@ app start
 
 chapter "What the server received (every POST, with its answer)"
 messages=$(curl -sS --fail "${page}api/messages")
+printf '  %3s  %-12s  %-13s %4s  %-13s %-6s  %-23s %s\n' seq received method id event answer "" payload
 # Two launches within one second send identical bodies, so a queued body is
 # matched once, by the first arrival after the server came back.
 jq -r --argjson after "$back_after" --slurpfile queued <(jq -s 'map(.data)' "$demo/queued.jsonl") '
@@ -148,27 +174,37 @@ jq -r --argjson after "$back_after" --slurpfile queued <(jq -s 'map(.data)' "$de
   | @tsv' <<< "$messages" |
   while IFS=$'\t' read -r seq time method eventid event status note detail; do
     [ "$note" = "-" ] && note=""
-    printf '  %3s  %s  %-13s %4s  %-13s %s  %-23s %s\n' "$seq" "$time" "$method" "$eventid" "$event" \
+    printf '  %3s  %s  %-13s %4s  %-13s %-6s  %-23s %s\n' "$seq" "$time" "$method" "$eventid" "$event" \
       "$status" "$note" "$detail"
   done
 
-# Without kills no message is sent twice, so the 200 answers count the
-# messages that arrived.
-received_count=$(jq '[.[] | select(.status == 200)] | length' <<< "$messages")
-lost=$((handed - received_count))
+# Every handed message must have been answered 200 at least once: the two
+# lists are matched as multisets of "method eventid". What the server got
+# beyond them is a duplicate (at-least-once delivery may send a message twice).
+delivered=$(jq -r '.[] | select(.status == 200) | "\(.method) \(.eventid // "-")"' <<< "$messages" | sort)
+sent_keys=$(printf '%s\n' "${handed[@]}" | sort)
+missing=$(comm -23 <(echo "$sent_keys") <(echo "$delivered"))
+lost=$(grep -c . <<< "$missing" || true)
+duplicates=$(comm -13 <(echo "$sent_keys") <(echo "$delivered") | grep -c . || true)
+sent=${#handed[@]}
 
 chapter "Verdict"
-printf 'sent %d, received %d, lost %d\n' "$handed" "$received_count" "$lost"
 printf '(the library'"'"'s own log lines are in %s)\n' "$demo/orvanta.log"
-
+if [ "$lost" -ne 0 ]; then
+  printf 'never answered 200: %s\n' "$(paste -sd, - <<< "$missing")"
+fi
+[ "$duplicates" -eq 0 ] || printf '%d message(s) arrived more than once\n' "$duplicates"
+port=$(sed -E 's|^http://127\.0\.0\.1:([0-9]+)/.*|\1|' <<< "$page")
 if $serve; then
-  printf '\nThe server keeps serving its live page at %s until Ctrl-C.\n' "$page"
-  trap 'stop_server; exit 0' INT TERM
-  wait "$server_pid" || true
+  printf 'The server keeps serving its live page at %s until Ctrl-C.\n' "$page"
 else
   stop_server
-  printf '\nThe server has stopped. To browse what it received, start it again on its store\n'
-  printf 'and open the live page address it prints:\n'
-  printf '  %s --port 0 --db %s\n' "$devserver" "$received"
+  printf 'The server has stopped. To browse what it received at %s, start it again on its store:\n' "$page"
+  printf '  %s --port %s --db %s\n' "$devserver" "$port" "$received"
+fi
+printf 'sent %d, received %d, lost %d\n' "$sent" "$((sent - lost))" "$lost"
+if $serve; then
+  trap 'stop_server; exit 0' INT TERM
+  wait "$server_pid" || true
 fi
 [ "$lost" -eq 0 ]
