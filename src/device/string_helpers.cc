@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 
-
 namespace orvanta {
 namespace {
 
@@ -44,7 +43,9 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b) {
 
 bool isAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool isAsciiLetterOrDigit(char c) { return isAsciiLetter(c) || (c >= '0' && c <= '9'); }
-bool isLocalPartCharacter(char c) { return isAsciiLetterOrDigit(c) || std::string_view("._%+-").find(c) != std::string_view::npos; }
+bool isLocalPartCharacter(char c) {
+  return isAsciiLetterOrDigit(c) || std::string_view("._%+-").find(c) != std::string_view::npos;
+}
 bool isDomainCharacter(char c) { return isAsciiLetterOrDigit(c) || c == '.' || c == '-'; }
 
 }  // namespace
