@@ -4,6 +4,7 @@
 
 #include "orvanta/log.h"
 
+#include "support/log_lines.h"
 #include "support/test_runtime.h"
 
 namespace orvanta::testing {
@@ -49,12 +50,10 @@ TEST(LaunchEventTest, SendsTwentyOncePerInstallationThenTwentyOne) {
 }
 
 TEST(LogTest, LinesCarryThePrefixWord) {
-  std::vector<std::string> lines;
-  setLogSink([&](std::string_view line) { lines.emplace_back(line); });
+  LogLines log;
   TestRuntime app;
   app.runtime().commanMethods().log("hello");
-  setLogSink([](std::string_view) {});
-  EXPECT_EQ(lines, std::vector<std::string>{"Orvanta hello"});
+  EXPECT_EQ(log.lines(), std::vector<std::string>{"Orvanta hello"});
 }
 
 TEST(LogTest, ASinkThatLogsItselfDoesNotWaitForItself) {

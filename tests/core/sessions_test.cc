@@ -90,20 +90,15 @@ TEST_F(SessionTest, DeepLinkAttributionIsRenamedStoredAndSentWithTheSendingTime)
 
   const auto stored = app.platform().standardSettings->get("OrvantaAttribution");
   ASSERT_TRUE(stored && stored->isMap());
+  const Map renamed{{"atcs", "mail"}, {"atcm", "push"}, {"atci", "7"}, {"k", "v"}};
   const Map& attribution = *stored->asMap();
-  EXPECT_EQ(*attribution.find("atcs"), Value("mail"));
-  EXPECT_EQ(*attribution.find("atcm"), Value("push"));
-  EXPECT_EQ(*attribution.find("atci"), Value("7"));
-  EXPECT_EQ(*attribution.find("k"), Value("v"));
+  for (const auto& [key, value] : renamed) EXPECT_EQ(*attribution.find(key), value) << key;
   EXPECT_FALSE(attribution.contains("__kta"));
   EXPECT_EQ(*attribution.find("updated_date"), Value(Date{1700000000}));
 
   app.platform().clock->advance(90);
   const Map sent = track(101);
-  EXPECT_EQ(*sent.find("atcs"), Value("mail"));
-  EXPECT_EQ(*sent.find("atcm"), Value("push"));
-  EXPECT_EQ(*sent.find("atci"), Value("7"));
-  EXPECT_EQ(*sent.find("k"), Value("v"));
+  for (const auto& [key, value] : renamed) EXPECT_EQ(*sent.find(key), value) << key;
   EXPECT_EQ(*sent.find("updated_date"), Value("231114221450"));
 }
 

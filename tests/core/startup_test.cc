@@ -38,10 +38,6 @@ TEST_F(StartUpTest, FirstLaunchFillsTheStateStoresTheSettingsAndSendsEvent20) {
   ASSERT_TRUE(model().intializationDate());
   EXPECT_EQ(model().intializationDate()->secondsSince1970, 1700000000);
 
-  EXPECT_EQ(stored("osversion"), Value("16.4"));
-  EXPECT_EQ(stored("appversion"), Value("3.1"));
-  EXPECT_EQ(stored("pushid"), Value(model().strPushId()));
-  EXPECT_EQ(stored("appid"), Value("app-42"));
   EXPECT_EQ(stored("sessionid"), Value(model().strSessionid()));
 
   const auto sent = app.sentMessages();

@@ -41,6 +41,8 @@ Value everyPlainKind() {
              {"double", 0.1},
              {"whole double", 3.0},
              {"tiny", 5e-324},
+             {"third", 1.0 / 3},  // needs all 17 significant digits
+             {"large", -1e22},
              {"text", "caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80 \"quoted\" \\ \n\t"},
              {"empty text", ""},
              {"list", Array{1, "two", Array{}, Map{}}},
@@ -70,17 +72,10 @@ TEST(MapTest, DuplicateKeysInALiteralKeepTheFirstPositionAndTheLastValue) {
 
 TEST(MapTest, AbsentKeyDiffersFromTheNullMarker) {
   Map map{{"marker", Null{}}};
-  ASSERT_NE(map.find("marker"), nullptr);
+  ASSERT_TRUE(map.contains("marker"));
   EXPECT_TRUE(map.find("marker")->isNull());
-  EXPECT_TRUE(map.contains("marker"));
   EXPECT_EQ(map.find("absent"), nullptr);
   EXPECT_FALSE(map.contains("absent"));
-
-  // Through JSON the marker stays a present key and absence stays absence.
-  const Value back = reparsed(map);
-  EXPECT_EQ(dumpJson(map), R"({"marker":null})");
-  ASSERT_TRUE(back.asMap()->contains("marker"));
-  EXPECT_FALSE(back.asMap()->contains("absent"));
 }
 
 TEST(MapTest, FoundValueCanBeChangedInPlace) {
@@ -90,17 +85,11 @@ TEST(MapTest, FoundValueCanBeChangedInPlace) {
 }
 
 TEST(ValueTest, TruthyReadsBoolsAndNonZeroNumbersOnly) {
-  EXPECT_TRUE(Value(true).truthy());
-  EXPECT_FALSE(Value(false).truthy());
-  EXPECT_TRUE(Value(-1).truthy());
-  EXPECT_FALSE(Value(0).truthy());
-  EXPECT_TRUE(Value(0.25).truthy());
-  EXPECT_FALSE(Value(0.0).truthy());
-  EXPECT_FALSE(Value("1").truthy());
-  EXPECT_FALSE(Value("true").truthy());
-  EXPECT_FALSE(Value(Null{}).truthy());
-  EXPECT_FALSE(Value(Array{true}).truthy());
-  EXPECT_FALSE(Value(Bytes{1}).truthy());
+  for (const Value& yes : {Value(true), Value(-1), Value(0.25)}) EXPECT_TRUE(yes.truthy()) << dumpJson(yes);
+  for (const Value& no : {Value(false), Value(0), Value(0.0), Value("1"), Value("true"), Value(Null{}),
+                          Value(Array{true}), Value(Bytes{1})}) {
+    EXPECT_FALSE(no.truthy()) << dumpJson(no);
+  }
 }
 
 TEST(JsonTest, PlainValuesSurviveTextRoundTrip) {
@@ -153,14 +142,6 @@ TEST(JsonTest, NumbersKeepTheirKinds) {
   // Larger than any int64 inside an object read through the Json tree too.
   const Value fromTree = fromJson(Json{{"n", std::numeric_limits<std::uint64_t>::max()}});
   EXPECT_TRUE(fromTree.asMap()->find("n")->isDouble());
-}
-
-TEST(JsonTest, DoublesRoundTripExactly) {
-  for (double d : {0.1, 1.0 / 3, -1e-300, 123456789.123456789, 1e22, 2.5}) {
-    const Value back = reparsed(d);
-    ASSERT_TRUE(back.isDouble()) << d;
-    EXPECT_EQ(*back.asDouble(), d);
-  }
 }
 
 TEST(JsonTest, NonFiniteDoublesAreWrittenAsNull) {

@@ -11,10 +11,8 @@
 namespace orvanta {
 namespace {
 
-using testing::wallTime;
-
 using testing::utcSeconds;
-
+using testing::wallTime;
 
 DatePattern compiled(const std::string& pattern) {
   std::optional<DatePattern> p = DatePattern::compile(pattern);
@@ -89,21 +87,17 @@ TEST_F(DatePatternTest, FieldsThePatternLacksDefaultToTheStartOf1970) {
   EXPECT_EQ(parsedSeconds("yyyy", "2001"), utcSeconds(2001, 1, 1));
 }
 
-TEST_F(DatePatternTest, ParsedFieldsCarryTheirWeekday) {
+TEST_F(DatePatternTest, ParsedFieldsCarryTheirWeekdayWhoseNameFormatsButNeverParses) {
   const std::optional<LocalTime> sunday = compiled("yyyy-MM-dd").parse("2017-11-05");
   ASSERT_TRUE(sunday.has_value());
   EXPECT_EQ(sunday->weekday, 0);
   EXPECT_EQ(compiled("EEEE").format(*sunday, names_), "Sunday");
-}
-
-TEST_F(DatePatternTest, WeekdayNamesFormatButNeverParse) {
   EXPECT_FALSE(compiled("EEEE").parse("Sunday").has_value());
   EXPECT_FALSE(compiled("yyyy-MM-dd EEEE").parse("2017-11-05 Sunday").has_value());
 }
 
+// Instants the parsing cases above do not reach.
 TEST_F(DatePatternTest, UtcSecondsOfKnownInstants) {
-  EXPECT_EQ(utcSecondsOf(wallTime(1970, 1, 1, 0, 0, 0)), 0);
-  EXPECT_EQ(utcSecondsOf(wallTime(2000, 3, 1, 0, 0, 0)), 951868800);
   EXPECT_EQ(utcSecondsOf(wallTime(2038, 1, 19, 3, 14, 8)), 2147483648LL);
   EXPECT_EQ(utcSecondsOf(wallTime(1969, 12, 31, 23, 59, 59)), -1);
 }

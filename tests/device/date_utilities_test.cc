@@ -62,7 +62,6 @@ TEST(GetStartDateTest, IsLocalMidnightInFixedOffsetZones) {
     const long long dayStart = utcSeconds(2024, 2, 29) - offset;
     SCOPED_TRACE(offset);
     expectOneStartForTheWholeDay(clock, dayStart, 24);
-    EXPECT_EQ(getStartDate(Date{static_cast<double>(dayStart)}, clock) % 1000, 0);
   }
 }
 
@@ -92,11 +91,7 @@ TEST_P(GetStartDateDaylightSavingTest, OneStartForEveryInstantOfTheDay) {
   if (!ScopedTimeZone::installed(day.zone)) GTEST_SKIP() << day.zone << " is not installed";
   ScopedTimeZone zone(day.zone);
   const LinuxClock clock;
-  LocalTime noon;
-  noon.year = day.year;
-  noon.month = day.month;
-  noon.day = day.day;
-  noon.hour = 12;
+  const LocalTime noon = testing::wallTime(day.year, day.month, day.day, 12, 0);
   const long long dayStart = getStartDate(Date{static_cast<double>(clock.fromLocal(noon))}, clock) / 1000;
   const LocalTime start = clock.toLocal(dayStart);
   EXPECT_EQ(start.day, day.day);

@@ -10,38 +10,23 @@
 namespace orvanta {
 namespace {
 
-TEST(DeviceTypeTest, NeighbouringIdentifiersThatNameDifferentModels) {
-  EXPECT_EQ(getDeviceType("iPhone7,1"), "iPhone 6_Plus");  // the larger model has the lower number
-  EXPECT_EQ(getDeviceType("iPhone7,2"), "iPhone 6");
-  EXPECT_EQ(getDeviceType("iPad3,3"), "iPad 3rd Gen");
-  EXPECT_EQ(getDeviceType("iPad3,4"), "iPad 4th Gen");
-  EXPECT_EQ(getDeviceType("iPad4,3"), "iPad Air");
-  EXPECT_EQ(getDeviceType("iPad4,4"), "iPad Mini 2nd Gen");
-  EXPECT_EQ(getDeviceType("iPad5,2"), "iPad Mini 4");
-  EXPECT_EQ(getDeviceType("iPad5,3"), "iPad Air 2");
-  EXPECT_EQ(getDeviceType("iPad6,4"), "iPad Pro 9.7 inch");
-  EXPECT_EQ(getDeviceType("iPad6,7"), "iPad Pro 12.9 inch");
-  EXPECT_EQ(getDeviceType("iPhone9,3"), "iPhone 7");
-  EXPECT_EQ(getDeviceType("iPhone9,4"), "iPhone 7_Plus");
-  EXPECT_EQ(getDeviceType("iPhone10,3"), "iPhone X");
-  EXPECT_EQ(getDeviceType("iPhone10,5"), "iPhone 8_Plus");
-}
-
-TEST(DeviceTypeTest, NamesKeepTheirOwnSpelling) {
-  EXPECT_EQ(getDeviceType("iPhone8,2"), "iPhone 6S_Plus");
-  EXPECT_EQ(getDeviceType("iPhone1,1"), "iPhone");
-  EXPECT_EQ(getDeviceType("iPhone5,3"), "iPhone 5C");
-  EXPECT_EQ(getDeviceType("iPod7,1"), "iPod Touch 6th Gen");
-  EXPECT_EQ(getDeviceType("iPad2,5"), "iPad Mini 1st Gen");
-}
-
-TEST(DeviceTypeTest, SimulatorsAndDesktops) {
-  EXPECT_EQ(getDeviceType("x86_64"), "Simulator");
-  EXPECT_EQ(getDeviceType("i386"), "Simulator");
-  EXPECT_EQ(getDeviceType("arm64"), "Unknown");
-  EXPECT_EQ(getDeviceType("aarch64"), "Unknown");
-  EXPECT_EQ(getDeviceType("AppleTV5,3"), "Unknown");
-  EXPECT_EQ(getDeviceType(""), "Unknown");
+TEST(DeviceTypeTest, NamesOfListedIdentifiersSimulatorsAndDesktops) {
+  const std::pair<const char*, const char*> cases[] = {
+      // Neighbouring identifiers that name different models.
+      {"iPhone7,1", "iPhone 6_Plus"},  // the larger model has the lower number
+      {"iPhone7,2", "iPhone 6"}, {"iPad3,3", "iPad 3rd Gen"}, {"iPad3,4", "iPad 4th Gen"},
+      {"iPad4,3", "iPad Air"}, {"iPad4,4", "iPad Mini 2nd Gen"}, {"iPad5,2", "iPad Mini 4"},
+      {"iPad5,3", "iPad Air 2"}, {"iPad6,4", "iPad Pro 9.7 inch"}, {"iPad6,7", "iPad Pro 12.9 inch"},
+      {"iPhone9,3", "iPhone 7"}, {"iPhone9,4", "iPhone 7_Plus"}, {"iPhone10,3", "iPhone X"},
+      {"iPhone10,5", "iPhone 8_Plus"},
+      // Names keep their own spelling.
+      {"iPhone8,2", "iPhone 6S_Plus"}, {"iPhone1,1", "iPhone"}, {"iPhone5,3", "iPhone 5C"},
+      {"iPod7,1", "iPod Touch 6th Gen"}, {"iPad2,5", "iPad Mini 1st Gen"},
+      // Simulators and desktops.
+      {"x86_64", "Simulator"}, {"i386", "Simulator"}, {"arm64", "Unknown"}, {"aarch64", "Unknown"},
+      {"AppleTV5,3", "Unknown"}, {"", "Unknown"},
+  };
+  for (const auto& [machine, name] : cases) EXPECT_EQ(getDeviceType(machine), name) << machine;
 }
 
 TEST(DeviceTypeTest, UnlistedModelsFallBackToTheirFamilyInOrder) {

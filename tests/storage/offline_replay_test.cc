@@ -136,14 +136,6 @@ TEST_F(OfflineReplayTest, ARunWhileARequestIsInFlightDoesNothing) {
   EXPECT_EQ(sentBodies(), (std::vector<std::string>{"data=1", "data=2"}));
 }
 
-TEST_F(OfflineReplayTest, ARunOnAnEmptyQueueSendsAndSchedulesNothing) {
-  manager();
-  mainQueue().advance(2);
-  EXPECT_EQ(http().requestCount(), 0u);
-  EXPECT_FALSE(manager().isSyncing());
-  EXPECT_EQ(mainQueue().pendingCount(), 0u);
-}
-
 TEST_F(OfflineReplayTest, AMessageFailingItsFirstSendIsReplayedTwoSecondsLaterVerbatim) {
   manager();
   mainQueue().advance(2);

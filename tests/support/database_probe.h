@@ -15,7 +15,6 @@ class DatabaseProbe {
   // Opens the existing file at path (never creates it).
   explicit DatabaseProbe(const std::string& path);
 
-  bool opened() const { return static_cast<bool>(db_); }
   // Every row of sql, each column as text ("NULL" for null).
   std::vector<std::vector<std::string>> rows(const std::string& sql) const;
   // The first column of every row.

@@ -13,7 +13,7 @@ LoopbackServer::LoopbackServer() : http_(std::make_unique<httplib::Server>()) {
   auto answer = [this](const httplib::Request& request, httplib::Response& response) {
     const std::string index = request.get_header_value(std::string(CapturingRelay::kCaptureIndexHeader));
     ScriptedAnswer scripted = answerFor(std::stoul(index));
-    if (scripted.stall) waitUntilReleased();
+    if (scripted.stall) waitUntilClosing();
     response.status = scripted.status;
     for (const auto& [name, value] : scripted.headers) response.set_header(name, value);
     response.body = std::move(scripted.body);
@@ -59,14 +59,6 @@ void LoopbackServer::setResponder(Responder responder) {
   responder_ = std::move(responder);
 }
 
-void LoopbackServer::releaseStalled() {
-  {
-    std::lock_guard lock(mutex_);
-    ++releases_;
-  }
-  changed_.notify_all();
-}
-
 std::vector<CapturedRequest> LoopbackServer::requests() const {
   std::lock_guard lock(mutex_);
   return requests_;
@@ -109,10 +101,9 @@ ScriptedAnswer LoopbackServer::answerFor(std::size_t index) const {
   return responder ? responder(request) : ScriptedAnswer{};
 }
 
-void LoopbackServer::waitUntilReleased() {
+void LoopbackServer::waitUntilClosing() {
   std::unique_lock lock(mutex_);
-  const std::uint64_t seen = releases_;
-  changed_.wait(lock, [&] { return closing_ || releases_ != seen; });
+  changed_.wait(lock, [&] { return closing_; });
 }
 
 }  // namespace orvanta::testing

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -28,8 +27,8 @@ struct ScriptedAnswer {
   int status = 200;
   HttpHeaders headers;
   std::string body;
-  // Hold the answer back, like a server that stopped responding, until
-  // releaseStalled() or the server's end.
+  // Hold the answer back, like a server that stopped responding, until the
+  // server's end.
   bool stall = false;
 };
 
@@ -58,8 +57,6 @@ class LoopbackServer {
   void answerPath(std::string path, ScriptedAnswer answer);
   // Answers the requests that no path answer covers. Runs on a server thread.
   void setResponder(Responder responder);
-  // Lets every answer stalled so far go out.
-  void releaseStalled();
 
   // Every request so far, in the order they arrived.
   std::vector<CapturedRequest> requests() const;
@@ -73,14 +70,13 @@ class LoopbackServer {
  private:
   std::size_t record(CapturedRequest request);
   ScriptedAnswer answerFor(std::size_t index) const;
-  void waitUntilReleased();
+  void waitUntilClosing();
 
   mutable std::mutex mutex_;
   mutable std::condition_variable changed_;
   std::vector<CapturedRequest> requests_;              // guarded by mutex_
   std::map<std::string, ScriptedAnswer> pathAnswers_;  // guarded by mutex_
   Responder responder_;                                // guarded by mutex_
-  std::uint64_t releases_ = 0;                         // guarded by mutex_
   bool closing_ = false;                               // guarded by mutex_
 
   std::unique_ptr<httplib::Server> http_;
