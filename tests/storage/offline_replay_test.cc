@@ -1,8 +1,8 @@
-// The replay of the offline queue on the test platform: the virtual clock
-// and the manual main queue decide when each run happens.
+// The replay of the offline queue on the test platform, and the in-flight
+// journal that feeds it: the virtual clock and the manual main queue decide
+// when each run happens.
 #include <gtest/gtest.h>
 
-#include "core/notification_hub.h"
 #include "device/reachability.h"
 #include "net/web_service_handler.h"
 #include "support/database_probe.h"
@@ -17,7 +17,10 @@ class OfflineReplayTest : public ::testing::Test {
  protected:
   void SetUp() override {
     runtime_.runtime().databaseSource().createDatabase();
-    // Every request is logged with the virtual time it left at.
+    logRequests();
+  }
+  // Every request is logged with the virtual time it left at.
+  void logRequests() {
     http().setResponder([this](const HttpRequest& request) {
       sent_.push_back({request.body, seconds()});
       return HttpResponse{status_, {}, std::string(), {}};
@@ -25,7 +28,7 @@ class OfflineReplayTest : public ::testing::Test {
   }
 
   void queue(const std::string& data) {
-    ASSERT_TRUE(runtime_.runtime().databaseSource().addEvent("app_activity", data));
+    ASSERT_TRUE(runtime_.runtime().databaseSource().addEvent("pn_open", data));
   }
   DBManager& manager() { return runtime_.runtime().dbManager(); }
   testing::ManualMainQueue& mainQueue() { return *runtime_.platform().mainQueue; }
@@ -33,12 +36,12 @@ class OfflineReplayTest : public ::testing::Test {
   double seconds() { return runtime_.platform().clock->now().secondsSince1970 - start_; }
   std::vector<std::string> queued() {
     return testing::DatabaseProbe(testing::databasePathIn(runtime_.platform().paths->documentsDirectory()))
-        .column("SELECT EventData FROM OfflineEvents ORDER BY ID");
+        .column("SELECT EventName || ' ' || EventData FROM OfflineEvents ORDER BY ID");
   }
-  std::vector<std::string> sentBodies() {
-    std::vector<std::string> bodies;
-    for (const auto& s : sent_) bodies.push_back(s.body);
-    return bodies;
+  std::size_t journaled() {
+    return testing::DatabaseProbe(testing::databasePathIn(runtime_.platform().paths->documentsDirectory()))
+        .rows("SELECT * FROM OrvantaInFlightEvents")
+        .size();
   }
   void setReachable(bool reachable) {
     runtime_.platform().reachability->setFlags(reachable ? kReachabilityFlagReachable : 0);
@@ -55,62 +58,31 @@ class OfflineReplayTest : public ::testing::Test {
   std::vector<Sent> sent_;
 };
 
-TEST_F(OfflineReplayTest, SendsQueuedRowsOldestFirstTwoSecondsApartDeletingEachOn200) {
+TEST_F(OfflineReplayTest, SendsOldestFirstTwoSecondsApartRetryingTheHeadAndPausingWhileUnreachable) {
   queue("data=1");
   queue("data=2");
   queue("data=3");
-  manager();
-  mainQueue().advance(10);
-  EXPECT_EQ(sent_, (std::vector<Sent>{{"data=1", 2}, {"data=2", 4}, {"data=3", 6}}));
-  EXPECT_TRUE(queued().empty());
-  EXPECT_FALSE(manager().isSyncing());
-  EXPECT_EQ(mainQueue().pendingCount(), 0u) << "an empty queue ends the loop";
-}
-
-TEST_F(OfflineReplayTest, ReplayedRequestGoesToItsMethodWithTheStoredTextUnchanged) {
-  ASSERT_TRUE(runtime_.runtime().databaseSource().addEvent("pn_deliver", "data={\"eventid\":12,\"cts\":231114221320}"));
-  manager();
-  mainQueue().advance(2);
-  ASSERT_EQ(http().requests().size(), 1u);
-  EXPECT_EQ(http().requests()[0].url, "https://track.test/pn_deliver");
-  EXPECT_EQ(http().requests()[0].body, "data={\"eventid\":12,\"cts\":231114221320}");
-}
-
-TEST_F(OfflineReplayTest, AFailingOldestRowIsRetriedEveryTwoSecondsAndHoldsBackTheRest) {
-  queue("data=1");
-  queue("data=2");
   status_ = 500;
   manager();
-  mainQueue().advance(6);
-  EXPECT_EQ(sent_, (std::vector<Sent>{{"data=1", 2}, {"data=1", 4}, {"data=1", 6}}));
-  EXPECT_EQ(queued(), (std::vector<std::string>{"data=1", "data=2"}));
-
+  mainQueue().advance(2);
   status_ = 0;  // no answer at all counts the same
   mainQueue().advance(2);
-  status_ = 200;
-  mainQueue().advance(4);
-  EXPECT_EQ(sentBodies(), (std::vector<std::string>{"data=1", "data=1", "data=1", "data=1", "data=1", "data=2"}));
-  EXPECT_TRUE(queued().empty());
-}
-
-TEST_F(OfflineReplayTest, StopsWhileUnreachableAndRestartsAtOnceOnAChange) {
-  queue("data=1");
-  queue("data=2");
-  queue("data=3");
-  manager();
-  mainQueue().advance(2);
-  ASSERT_EQ(sent_.size(), 1u);
+  EXPECT_EQ(queued(), (std::vector<std::string>{"pn_open data=1", "pn_open data=2", "pn_open data=3"}));
 
   setReachable(false);
   mainQueue().advance(20);
-  EXPECT_EQ(sent_.size(), 1u);
+  EXPECT_EQ(sent_.size(), 2u);
   EXPECT_FALSE(manager().checkNetWorkConnection());
   EXPECT_EQ(mainQueue().pendingCount(), 0u) << "nothing runs until the network changes";
 
+  status_ = 200;
   setReachable(true);
-  mainQueue().runUntilIdle();
-  mainQueue().advance(2);
-  EXPECT_EQ(sent_, (std::vector<Sent>{{"data=1", 2}, {"data=2", 22}, {"data=3", 24}}));
+  mainQueue().runUntilIdle();  // at once on the change
+  mainQueue().advance(6);
+  EXPECT_EQ(sent_, (std::vector<Sent>{{"data=1", 2}, {"data=1", 4}, {"data=1", 24}, {"data=2", 26}, {"data=3", 28}}));
+  EXPECT_TRUE(queued().empty());
+  EXPECT_FALSE(manager().isSyncing());
+  EXPECT_EQ(mainQueue().pendingCount(), 0u) << "an empty queue ends the loop";
 }
 
 TEST_F(OfflineReplayTest, ARunWhileARequestIsInFlightDoesNothing) {
@@ -133,33 +105,59 @@ TEST_F(OfflineReplayTest, ARunWhileARequestIsInFlightDoesNothing) {
   mainQueue().runUntilIdle();
   EXPECT_FALSE(manager().isSyncing());
   mainQueue().advance(2);
-  EXPECT_EQ(sentBodies(), (std::vector<std::string>{"data=1", "data=2"}));
-}
-
-TEST_F(OfflineReplayTest, AMessageFailingItsFirstSendIsReplayedTwoSecondsLaterVerbatim) {
-  manager();
-  mainQueue().advance(2);
-  status_ = 503;
-  int reported = 0;
-  runtime_.runtime().webServiceHandler().callPostService("app_activity", Map{{"eventid", 101}},
-                                                         [&](int status) { reported = status; });
-  EXPECT_EQ(reported, 503);
-  ASSERT_EQ(sent_.size(), 1u);
-  status_ = 200;
-  mainQueue().advance(2);
-  ASSERT_EQ(sent_.size(), 2u);
-  EXPECT_EQ(sent_[1], (Sent{sent_[0].body, 4}));
+  EXPECT_EQ(http().requestCount(), 2u);
   EXPECT_TRUE(queued().empty());
 }
 
-TEST_F(OfflineReplayTest, ReachabilityChangesArePostedWithTheReachabilityAsObject) {
-  std::vector<const void*> objects;
-  auto& hub = runtime_.runtime().notificationHub();
-  const auto token = hub.addObserver(kReachabilityChangedNotification, [&](const void* o) { objects.push_back(o); });
+// A message is journaled from just before its first send until the answer.
+// The replay loop has ended on an empty queue: a failure schedules its own.
+TEST_F(OfflineReplayTest, AFailedFirstSendMovesExactlyWhatWasSentIntoTheQueueAndIsReplayed) {
   manager();
-  setReachable(false);
-  hub.removeObserver(token);
-  EXPECT_EQ(objects, (std::vector<const void*>{manager().internetReachability()}));
+  mainQueue().advance(2);
+  int reported = 0;
+  auto track = [&] {
+    runtime_.runtime().webServiceHandler().callPostService("app_activity", Map{{"eventid", 101}},
+                                                           [&](int status) { reported = status; });
+    return reported;
+  };
+  http().holdAnswers(true);
+  track();
+  EXPECT_EQ(journaled(), 1u);
+  http().holdAnswers(false);
+  http().releaseHeld();
+  EXPECT_EQ(journaled(), 0u) << "200 removes the row";
+  EXPECT_TRUE(queued().empty());
+
+  status_ = 503;
+  EXPECT_EQ(track(), 503);
+  EXPECT_EQ(journaled(), 0u);
+  EXPECT_EQ(queued(), (std::vector<std::string>{"app_activity " + sent_.at(1).body}));
+  status_ = 200;
+  mainQueue().advance(2);
+  ASSERT_EQ(sent_.size(), 3u);
+  EXPECT_EQ(sent_[2], (Sent{sent_[1].body, 4}));
+  EXPECT_EQ(http().requests()[2].url, "https://track.test/app_activity");
+  EXPECT_TRUE(queued().empty());
+}
+
+TEST_F(OfflineReplayTest, MessagesLeftInFlightByADeadProcessAreQueuedOldestFirstBeforeTheFirstReplay) {
+  const std::string body = "data={\"eventid\":101,\"q\":\"it's\"}";
+  queue("data=0");
+  // Journaled and never settled: what a process killed before the answer
+  // leaves behind.
+  ASSERT_TRUE(manager().recordInFlight("pn_login", "data={}"));
+  ASSERT_TRUE(manager().recordInFlight("app_activity", body));
+  runtime_.relaunch();
+  logRequests();
+
+  manager();
+  EXPECT_EQ(journaled(), 0u);
+  EXPECT_EQ(queued(), (std::vector<std::string>{"pn_open data=0", "pn_login data={}", "app_activity " + body}));
+  EXPECT_TRUE(sent_.empty());
+  mainQueue().advance(6);
+  EXPECT_EQ(sent_, (std::vector<Sent>{{"data=0", 2}, {"data={}", 4}, {body, 6}}));
+  EXPECT_EQ(http().requests().at(1).url, "https://track.test/pn_login");
+  EXPECT_TRUE(queued().empty());
 }
 
 }  // namespace

@@ -54,40 +54,29 @@ class WalCheckpointerTest : public ::testing::Test {
   sqlite::Connection db_;
 };
 
-TEST_F(WalCheckpointerTest, CopiesTheLogIntoTheFileOncePastTheThreshold) {
-  WalCheckpointer checkpointer(path_, 16, writers_);
-  checkpointer.attach(db_.get());
+TEST_F(WalCheckpointerTest, CheckpointsOffTheWritersThreadAndStartsTheLogOverItself) {
   const auto before = fileSize();
-  write(2);
-  checkpointer.flush();
-  EXPECT_EQ(fileSize(), before) << "below the threshold nothing is copied";
+  // Well past the 1000 pages at which SQLite would checkpoint by itself on
+  // the writer's connection.
+  WalCheckpointer never(path_, 1'000'000, writers_);
+  never.attach(db_.get());
+  write(600);
+  never.flush();
+  EXPECT_EQ(fileSize(), before);
+  EXPECT_GT(logSize(), 1000u * 4096);
+  EXPECT_EQ(logGeneration(), 0u);
 
-  writeOneLargeCommit();
-  checkpointer.flush();
-  EXPECT_GT(fileSize(), before + 100000);
-}
-
-TEST_F(WalCheckpointerTest, StartsTheLogOverItselfAfterACompleteCheckpoint) {
+  // Its replacement copies the log back at its own threshold.
   WalCheckpointer checkpointer(path_, 16, writers_);
   checkpointer.attach(db_.get());
   writeOneLargeCommit();
   checkpointer.flush();
+  EXPECT_GT(fileSize(), before + 600u * 6000 + 100000);
   EXPECT_EQ(logGeneration(), 1u) << "started over with no further write from this thread";
   // So the next writer appends to the fresh log instead of starting (and
   // syncing) one itself.
   write(1);
   EXPECT_EQ(logGeneration(), 1u);
-}
-
-TEST_F(WalCheckpointerTest, ReplacesSQLitesOwnCheckpointOnTheWritersConnection) {
-  WalCheckpointer checkpointer(path_, 1'000'000, writers_);
-  checkpointer.attach(db_.get());
-  const auto before = fileSize();
-  // Well past the 1000 pages at which SQLite would checkpoint by itself.
-  write(600);
-  checkpointer.flush();
-  EXPECT_EQ(fileSize(), before);
-  EXPECT_GT(logSize(), 1000u * 4096);
 }
 
 }  // namespace
