@@ -9,7 +9,6 @@
 
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -38,26 +37,14 @@ int openForChild(const char* path, int flags) {
 }
 
 // "http://HOST:PORT/path" as the client's "http://HOST:PORT" and "/path".
-std::pair<std::string, std::string> splitUrl(const std::string& url) {
+std::pair<std::string, std::string> splitUrl(const Json& address) {
+  const std::string url = address.get<std::string>();
   std::size_t path = url.find('/', url.find("://") + 3);
   if (path == std::string::npos) return {url, "/"};
   return {url.substr(0, path), url.substr(path)};
 }
 
 }  // namespace
-
-bool toolsBuilt() { return kCliPath[0] != '\0' && kDevServerPath[0] != '\0'; }
-
-ScratchFolder::ScratchFolder() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "orvanta-cli-test-XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed for " + pattern);
-  path_ = pattern;
-}
-
-ScratchFolder::~ScratchFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
 
 ChildProcess::ChildProcess(const std::vector<std::string>& argv, const std::filesystem::path& out,
                            const std::filesystem::path& err) {
@@ -164,7 +151,7 @@ std::vector<Json> Cli::queue() const {
   return rows;
 }
 
-DevServerProcess::DevServerProcess(const std::filesystem::path& folder) : folder_(folder) {
+DevServerProcess::DevServerProcess(const std::filesystem::path& folder) {
   const std::filesystem::path out = folder / "devserver.out";
   process_.emplace(std::vector<std::string>{kDevServerPath, "--port", "0", "--print-json", "--db",
                                             (folder / "received.sqlite").string()},
@@ -178,11 +165,7 @@ DevServerProcess::DevServerProcess(const std::filesystem::path& folder) : folder
     }
     std::this_thread::sleep_for(milliseconds(10));
   }
-  Json addresses = Json::parse(text.substr(0, text.find('\n')));
-  tracking_ = addresses.at("tracking").get<std::string>();
-  rules_ = addresses.at("rules").get<std::string>();
-  control_ = addresses.at("control").get<std::string>();
-  page_ = addresses.at("page").get<std::string>();
+  addresses_ = Json::parse(text.substr(0, text.find('\n')));
 }
 
 DevServerProcess::~DevServerProcess() {
@@ -191,23 +174,22 @@ DevServerProcess::~DevServerProcess() {
 }
 
 std::vector<std::string> DevServerProcess::cliOptions() const {
-  return {"--tracking-url", tracking_, "--rules-url", rules_};
+  return {"--tracking-url", addresses_["tracking"].get<std::string>(), "--rules-url",
+          addresses_["rules"].get<std::string>()};
 }
 
 void DevServerProcess::control(const Json& change) const {
-  auto [base, path] = splitUrl(control_);
-  httplib::Client client(base);
-  auto answer = client.Post(path, change.dump(), "application/json");
+  auto [base, path] = splitUrl(addresses_["control"]);
+  auto answer = httplib::Client(base).Post(path, change.dump(), "application/json");
   if (!answer || answer->status != 200) {
     throw std::runtime_error("control " + change.dump() + " failed" + (answer ? ": " + answer->body : ""));
   }
 }
 
 Json DevServerProcess::messages(std::optional<int> status) const {
-  auto [base, path] = splitUrl(page_);
-  httplib::Client client(base);
+  auto [base, path] = splitUrl(addresses_["page"]);
   std::string query = path + "api/messages" + (status ? "?status=" + std::to_string(*status) : "");
-  auto answer = client.Get(query);
+  auto answer = httplib::Client(base).Get(query);
   if (!answer || answer->status != 200) throw std::runtime_error("GET " + query + " failed");
   return Json::parse(answer->body);
 }
@@ -219,19 +201,11 @@ std::vector<Json> DevServerProcess::delivered() const {
 }
 
 void CliFixture::SetUp() {
-  if (!toolsBuilt()) GTEST_SKIP() << "built without the tools (ORVANTA_BUILD_TOOLS=OFF)";
-  server_.emplace(scratch_.path());
+  if (kCliPath[0] == '\0' || kDevServerPath[0] == '\0') GTEST_SKIP() << "built without the tools";
+  server_.emplace(scratch_.root());
   std::vector<std::string> options = server_->cliOptions();
   options.insert(options.end(), {"--app-id", "cli-test", "--wait", "60"});
-  cli_.emplace(scratch_.path() / "app", std::move(options));
-}
-
-std::optional<std::int64_t> payloadInteger(const Json& data, const std::string& key) {
-  const Json* products = data.contains("payload") ? &data["payload"] : nullptr;
-  if (products == nullptr || !products->is_array() || products->empty()) return std::nullopt;
-  const Json& first = (*products)[0];
-  if (!first.is_object() || !first.contains(key) || !first[key].is_number_integer()) return std::nullopt;
-  return first[key].get<std::int64_t>();
+  cli_.emplace(std::filesystem::path(scratch_.root()) / "app", std::move(options));
 }
 
 }  // namespace orvanta::clitest

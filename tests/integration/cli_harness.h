@@ -13,27 +13,12 @@
 #include <vector>
 
 #include "orvanta/json.h"
+#include "platform/testing/temporary_paths.h"
 
 namespace orvanta::clitest {
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
-
-// Whether the build told where the two programs are.
-bool toolsBuilt();
-
-// A new folder, removed with everything in it when the object goes.
-class ScratchFolder {
- public:
-  ScratchFolder();
-  ~ScratchFolder();
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 // One child process; its standard output and error go to the files given.
 // A child still running when the object goes is killed and reaped, and every
@@ -99,23 +84,18 @@ class DevServerProcess {
 
   // The global options that point the CLI at this server.
   std::vector<std::string> cliOptions() const;
-
   // Posts a change of fault modes to the control API, e.g.
-  // {"fail":{"status":500}}, {"down":true}, {"up":true}, {"clear":true}.
+  // {"fail":{"status":500}}, {"down":true}, {"clear":true}.
   void control(const Json& change) const;
   // Every tracking POST received, oldest first (only those answered status
-  // when given): objects with method, status, eventid, body, data, ...
+  // when given): objects with method, status, body, data, ...
   Json messages(std::optional<int> status = std::nullopt) const;
   // The "data" objects of the messages answered 200, oldest first.
   std::vector<Json> delivered() const;
 
  private:
-  std::filesystem::path folder_;
   std::optional<ChildProcess> process_;
-  std::string tracking_;
-  std::string rules_;
-  std::string control_;  // "http://127.0.0.1:PORT/control"
-  std::string page_;     // "http://127.0.0.1:PORT/"
+  Json addresses_;  // tracking, rules, control and page URLs
 };
 
 // A fresh app home and a fresh server per test; skips without the tools.
@@ -127,12 +107,9 @@ class CliFixture : public ::testing::Test {
   Cli& cli() { return *cli_; }
 
  private:
-  ScratchFolder scratch_;
+  testing::TemporaryPaths scratch_;
   std::optional<DevServerProcess> server_;
   std::optional<Cli> cli_;
 };
-
-// The integer at data["payload"][0][key], or nullopt.
-std::optional<std::int64_t> payloadInteger(const Json& data, const std::string& key);
 
 }  // namespace orvanta::clitest

@@ -24,11 +24,6 @@ void PrintTo(const Outage& outage, std::ostream* out) { *out << outage.name; }
 
 class CliOutageTest : public CliFixture, public ::testing::WithParamInterface<Outage> {};
 
-// The event id inside a queued row's parameter text ("data=" + JSON).
-Json queuedEventId(const Json& row) {
-  return Json::parse(row["data"].get<std::string>().substr(std::string("data=").size()))["eventid"];
-}
-
 TEST_P(CliOutageTest, QueuedWhileAwayReplayedInOrderWhenBack) {
   ASSERT_EQ(cli().run({"start"}).status, 0);
   server().control(GetParam().fault);
@@ -51,7 +46,7 @@ TEST_P(CliOutageTest, QueuedWhileAwayReplayedInOrderWhenBack) {
     if (i > 0) {
       EXPECT_GT(queued[i]["id"], queued[i - 1]["id"]);
     }
-    eventIds.push_back(queuedEventId(queued[i]));
+    eventIds.push_back(Json::parse(queued[i]["data"].get<std::string>().substr(5))["eventid"]);  // after "data="
   }
   EXPECT_EQ(eventIds, (std::vector<Json>{21, 101, 21, 102}));
 
@@ -63,15 +58,14 @@ TEST_P(CliOutageTest, QueuedWhileAwayReplayedInOrderWhenBack) {
 
   // The queued bodies arrived once each, in queue order, byte for byte; the
   // recovery launch's own event is sent at once and may come between them.
-  std::vector<std::string> replayed;
+  std::vector<Json> replayed;
+  std::vector<Json> expected;
   for (const Json& message : server().messages(200)) {
-    std::string body = message["body"].get<std::string>();
     for (const Json& row : queued) {
-      if (row["data"] == body) replayed.push_back(body);
+      if (row["data"] == message["body"]) replayed.push_back(message["body"]);
     }
   }
-  std::vector<std::string> expected;
-  for (const Json& row : queued) expected.push_back(row["data"].get<std::string>());
+  for (const Json& row : queued) expected.push_back(row["data"]);
   EXPECT_EQ(replayed, expected);
   EXPECT_EQ(server().delivered().size(), 1u + queued.size() + 1u) << "first launch, replays, recovery launch";
 }

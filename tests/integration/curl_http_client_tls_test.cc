@@ -7,13 +7,12 @@
 #include <fstream>
 #include <future>
 #include <memory>
-#include <optional>
 #include <string>
+#include <thread>
 
 #include "orvanta/config.h"
 #include "platform/linux/curl_http_client.h"
 #include "platform/testing/temporary_paths.h"
-#include "support/server_thread.h"
 
 namespace orvanta {
 namespace {
@@ -42,52 +41,42 @@ std::string writeFile(const std::string& path, const char* text) {
   return path;
 }
 
-class CurlHttpClientTlsTest : public ::testing::Test {
- protected:
-  CurlHttpClientTlsTest() {
-    server_.Get("/ping", [](const httplib::Request&, httplib::Response& response) {
-      response.set_content("pong", "text/plain");
-    });
-    serving_.emplace(server_);
+// The status of a GET through a client made for config; 0 when the connection failed.
+int getStatus(const std::string& url, const Config& config) {
+  std::shared_ptr<HttpClient> client = makeCurlHttpClient(config);
+  auto answer = std::make_shared<std::promise<HttpResponse>>();
+  std::future<HttpResponse> future = answer->get_future();
+  HttpRequest request;
+  request.url = url;
+  client->send(request, [answer](HttpResponse response) { answer->set_value(std::move(response)); });
+  if (future.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
+    ADD_FAILURE() << "no answer";
+    client->stop();  // fails the request: its completion has run when stop returns
   }
-
-  // The status of a GET of /ping through a client made for config.
-  int pingStatus(const Config& config) {
-    std::shared_ptr<HttpClient> client = makeCurlHttpClient(config);
-    auto answer = std::make_shared<std::promise<HttpResponse>>();
-    std::future<HttpResponse> future = answer->get_future();
-    HttpRequest request;
-    request.url = "https://127.0.0.1:" + std::to_string(serving_->port()) + "/ping";
-    client->send(request, [answer](HttpResponse response) { answer->set_value(std::move(response)); });
-    if (future.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
-      ADD_FAILURE() << "no answer";
-      client->stop();  // fails the request: its completion has run when stop returns
-    }
-    return future.get().status;
-  }
-
-  testing::TemporaryPaths files_;
-  const std::string certificateFile_ = writeFile(files_.root() + "/cert.pem", kCertificate);
-  httplib::SSLServer server_{certificateFile_.c_str(),
-                             writeFile(files_.root() + "/key.pem", kPrivateKey).c_str()};
-  std::optional<testing::ServerThread> serving_;
-};
-
-TEST_F(CurlHttpClientTlsTest, ServerTrustIsAcceptedAsPresentedByDefault) {
-  EXPECT_EQ(pingStatus(Config{}), 200);
+  return future.get().status;
 }
 
-TEST_F(CurlHttpClientTlsTest, VerificationRejectsACertificateNoTrustedAuthoritySigned) {
-  Config config;
-  config.verifyServerCertificate = true;
-  EXPECT_EQ(pingStatus(config), 0);
-}
+TEST(CurlHttpClientTlsTest, ServerCertificateIsVerifiedOnlyWhenConfiguredAndAgainstTheGivenCaFile) {
+  testing::TemporaryPaths files;
+  const std::string certificate = writeFile(files.root() + "/cert.pem", kCertificate);
+  httplib::SSLServer server(certificate.c_str(), writeFile(files.root() + "/key.pem", kPrivateKey).c_str());
+  server.Get("/ping", [](const httplib::Request&, httplib::Response& response) { response.set_content("pong", "text/plain"); });
+  const int port = server.bind_to_any_port("127.0.0.1");
+  ASSERT_GT(port, 0);
+  std::thread serving([&] { server.listen_after_bind(); });
+  while (!server.is_running()) std::this_thread::yield();  // stop() only ends a running server
+  const std::string url = "https://127.0.0.1:" + std::to_string(port) + "/ping";
 
-TEST_F(CurlHttpClientTlsTest, VerificationAcceptsACertificateFromTheGivenCaFile) {
-  Config config;
-  config.verifyServerCertificate = true;
-  config.caFile = certificateFile_;
-  EXPECT_EQ(pingStatus(config), 200);
+  Config verifying;
+  verifying.verifyServerCertificate = true;
+  Config trustingTheCa = verifying;
+  trustingTheCa.caFile = certificate;
+  EXPECT_EQ(getStatus(url, Config{}), 200) << "accepted as presented by default";
+  EXPECT_EQ(getStatus(url, verifying), 0) << "no trusted authority signed it";
+  EXPECT_EQ(getStatus(url, trustingTheCa), 200);
+
+  server.stop();
+  serving.join();
 }
 
 }  // namespace

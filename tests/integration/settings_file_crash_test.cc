@@ -13,8 +13,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
-#include <sstream>
 #include <string>
 
 #include "orvanta/json.h"
@@ -60,10 +60,9 @@ Value stateFor(std::int64_t n) { return Map{{"n", n}, {"blob", blobFor(n)}}; }
 
 // Reads one report; false at end of stream.
 bool readReport(int fd, std::int64_t* n) {
-  ssize_t got;
-  do {
-    got = ::read(fd, n, sizeof *n);
-  } while (got < 0 && errno == EINTR);
+  ssize_t got = 0;
+  while ((got = ::read(fd, n, sizeof *n)) < 0 && errno == EINTR) {
+  }
   return got == static_cast<ssize_t>(sizeof *n);
 }
 
@@ -83,20 +82,15 @@ void followReportsFor(int fd, std::chrono::milliseconds timeout, std::int64_t* d
 // n of the whole state the file holds, or a failure naming what is wrong.
 ::testing::AssertionResult holdsAWholeState(const std::string& path, std::int64_t* n) {
   std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  const Json json = Json::parse(text.str(), nullptr, false);
-  if (!json.is_object()) {
-    return ::testing::AssertionFailure() << "not a JSON object (" << text.str().size() << " bytes)";
-  }
+  const std::string text(std::istreambuf_iterator<char>(file), {});
+  const Json json = Json::parse(text, nullptr, false);
+  if (!json.is_object()) return ::testing::AssertionFailure() << "not a JSON object (" << text.size() << " bytes)";
   const Value settings = fromTaggedJson(json);
   const Value* state = settings.asMap() ? settings.asMap()->find("state") : nullptr;
-  const Map* fields = state ? state->asMap() : nullptr;
-  const Value* number = fields ? fields->find("n") : nullptr;
+  const Value* number = state && state->asMap() ? state->asMap()->find("n") : nullptr;
   if (number == nullptr || !number->isInteger()) return ::testing::AssertionFailure() << "no state";
   *n = *number->asInteger();
-  if (!(*state == stateFor(*n)))
-    return ::testing::AssertionFailure() << "blob does not match n " << *n;
+  if (!(*state == stateFor(*n))) return ::testing::AssertionFailure() << "blob does not match n " << *n;
   return ::testing::AssertionSuccess();
 }
 

@@ -2,6 +2,7 @@
 // what a tracking message looks like on the wire.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <future>
 #include <thread>
@@ -15,7 +16,6 @@
 #include "platform/testing/temporary_paths.h"
 #include "storage/database_source.h"
 #include "support/loopback_server.h"
-#include "support/value_printer.h"
 
 namespace orvanta::testing {
 namespace {
@@ -51,14 +51,13 @@ TEST_F(TrackingWireTest, APostCarriesOnlyItsOwnHeadersAndTheExactBody) {
   const CapturedRequest& request = requests[0];
   EXPECT_EQ(request.method, "POST");
   EXPECT_EQ(request.target, "/track/app_activity");
-
   std::vector<std::string> names;
   for (const auto& header : request.headers) names.push_back(header.first);
-  std::sort(names.begin(), names.end());
+  std::ranges::sort(names);
   EXPECT_EQ(names, (std::vector<std::string>{"Content-Length", "Host", "User-Agent"}));
+  EXPECT_EQ(request.values("Host"), std::vector<std::string>{"127.0.0.1:" + std::to_string(server.port())});
   EXPECT_EQ(request.values("User-Agent"), std::vector<std::string>{""});
   EXPECT_EQ(request.values("Content-Length"), std::vector<std::string>{std::to_string(request.body.size())});
-
   ASSERT_EQ(request.body.rfind("data=", 0), 0u);
   const auto object = parseJson(std::string_view(request.body).substr(5));
   ASSERT_TRUE(object && object->isMap());
@@ -68,7 +67,7 @@ TEST_F(TrackingWireTest, APostCarriesOnlyItsOwnHeadersAndTheExactBody) {
 
 TEST_F(TrackingWireTest, MethodNamesArePercentEncodedAndStatusesPassThrough) {
   start();
-  server.answerPath("/track/odd%20method", ScriptedAnswer{404, {}, "", false});
+  server.setResponder([](const CapturedRequest&) { return ScriptedAnswer{404, {}, "", false}; });
   std::promise<int> status;
   runtime->webServiceHandler().postRequestDataToTheServer("odd method", "data={\"\u00e9\":1}",
                                                           [&](int s) { status.set_value(s); });
@@ -81,7 +80,7 @@ TEST_F(TrackingWireTest, MethodNamesArePercentEncodedAndStatusesPassThrough) {
 
 TEST_F(TrackingWireTest, AFailedMessageIsQueuedWithExactlyTheBytesThatWereSent) {
   start();
-  server.answerPath("/track/app_activity", ScriptedAnswer{500, {}, "", false});
+  server.setResponder([](const CapturedRequest&) { return ScriptedAnswer{500, {}, "", false}; });
   ASSERT_EQ(track(77), 500);
   const auto queued = runtime->databaseSource().getEvent();
   ASSERT_TRUE(queued);
@@ -111,15 +110,12 @@ TEST_F(TrackingWireTest, StartUpKeepsTheDeviceIdentifierUntilTheAppIsInstalledAg
   // launch that ended before its answer came back replays its message at the
   // next start, so other requests may arrive in between.
   auto arrived = [&](std::int64_t eventId, const std::string& pushId) {
-    for (const auto& request : server.requests()) {
+    return std::ranges::any_of(server.requests(), [&](const CapturedRequest& request) {
       const auto object = parseJson(std::string_view(request.body).substr(5));
-      if (!object || !object->isMap()) continue;
-      const Map& fields = *object->asMap();
-      if (fields.find("eventid") && *fields.find("eventid") == Value(eventId) && fields.find("pushid") &&
-          *fields.find("pushid") == Value(pushId))
-        return true;
-    }
-    return false;
+      const Map* fields = object ? object->asMap() : nullptr;
+      return fields && fields->find("eventid") && *fields->find("eventid") == Value(eventId) &&
+             fields->find("pushid") && *fields->find("pushid") == Value(pushId);
+    });
   };
   // One launch: start up, wait (30 s at most) for its launch event, end.
   auto launch = [&](std::int64_t expectedEvent) {

@@ -1,38 +1,87 @@
 #include "support/loopback_server.h"
 
-#include <httplib.h>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <strings.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
-#include <limits>
+#include <algorithm>
+#include <cerrno>
 #include <set>
+#include <stdexcept>
 #include <utility>
 
 namespace orvanta::testing {
+namespace {
 
-LoopbackServer::LoopbackServer() : http_(std::make_unique<httplib::Server>()) {
-  // The relay has recorded the request already; this only answers it.
-  auto answer = [this](const httplib::Request& request, httplib::Response& response) {
-    const std::string index = request.get_header_value(std::string(CapturingRelay::kCaptureIndexHeader));
-    ScriptedAnswer scripted = answerFor(std::stoul(index));
-    if (scripted.stall) waitUntilClosing();
-    response.status = scripted.status;
-    for (const auto& [name, value] : scripted.headers) response.set_header(name, value);
-    response.body = std::move(scripted.body);
-  };
-  const std::string anyPath = R"([\s\S]*)";
-  http_->Get(anyPath, answer);
-  http_->Post(anyPath, answer);
-  http_->Put(anyPath, answer);
-  http_->Patch(anyPath, answer);
-  http_->Delete(anyPath, answer);
-  http_->Options(anyPath, answer);
-  // httplib closes a kept-alive connection after a few requests by default;
-  // a test that counts connections must see only the client's own choices.
-  http_->set_keep_alive_max_count(std::numeric_limits<std::size_t>::max());
-  http_->set_tcp_nodelay(true);  // see CapturingRelay: answers go out in pieces
+// The request line and header lines of one request (head: without the blank line).
+CapturedRequest parseHead(const std::string& head) {
+  std::vector<std::string> lines;
+  for (size_t start = 0, end = 0; start <= head.size(); start = end + 2) {
+    end = std::min(head.find("\r\n", start), head.size());
+    lines.push_back(head.substr(start, end - start));
+  }
+  CapturedRequest request;
+  const std::string& requestLine = lines.front();
+  const size_t methodEnd = std::min(requestLine.find(' '), requestLine.size());
+  request.method = requestLine.substr(0, methodEnd);
+  request.target = requestLine.substr(std::min(methodEnd + 1, requestLine.size()));
+  request.target.erase(std::min(request.target.rfind(' '), request.target.size()));
+  for (size_t i = 1; i < lines.size(); ++i) {
+    const size_t colon = std::min(lines[i].find(':'), lines[i].size());
+    const size_t value = std::min(lines[i].find_first_not_of(" \t", colon + 1), lines[i].size());
+    request.headers.emplace_back(lines[i].substr(0, colon), lines[i].substr(value));
+  }
+  return request;
+}
 
-  serving_ = std::make_unique<ServerThread>(*http_);
-  relay_ = std::make_unique<CapturingRelay>(
-      serving_->port(), [this](CapturedRequest request) { return record(std::move(request)); });
+bool sendAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t sent = ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent < 0 && errno == EINTR) continue;
+    if (sent <= 0) return false;
+    bytes.remove_prefix(static_cast<size_t>(sent));
+  }
+  return true;
+}
+
+}  // namespace
+
+std::vector<std::string> CapturedRequest::values(const std::string& name) const {
+  std::vector<std::string> found;
+  for (const auto& [headerName, value] : headers) {
+    if (::strcasecmp(headerName.c_str(), name.c_str()) == 0) found.push_back(value);
+  }
+  return found;
+}
+
+LoopbackServer::LoopbackServer() {
+  listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t length = sizeof address;
+  if (listener_ < 0 || ::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+      ::listen(listener_, SOMAXCONN) != 0 ||
+      ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+    if (listener_ >= 0) ::close(listener_);
+    throw std::runtime_error("loopback server: cannot listen on 127.0.0.1");
+  }
+  port_ = ntohs(address.sin_port);
+  acceptor_ = std::thread([this] {
+    for (int number = 1;; ++number) {
+      const int fd = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+      if (fd < 0 && (errno == EINTR || errno == ECONNABORTED)) continue;
+      if (fd < 0) return;  // the listener was shut down
+      const int on = 1;    // every answer goes out at once
+      ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+      std::lock_guard lock(mutex_);
+      clients_.push_back(fd);
+      connections_.emplace_back([this, fd, number] { serve(fd, number); });
+    }
+  });
 }
 
 LoopbackServer::~LoopbackServer() {
@@ -41,17 +90,54 @@ LoopbackServer::~LoopbackServer() {
     closing_ = true;
   }
   changed_.notify_all();
-  relay_.reset();
-  serving_.reset();
+  ::shutdown(listener_, SHUT_RDWR);  // accept() fails from now on
+  acceptor_.join();
+  for (int fd : clients_) ::shutdown(fd, SHUT_RDWR);
+  for (std::thread& connection : connections_) connection.join();
+  for (int fd : clients_) ::close(fd);
+  ::close(listener_);
+}
+
+void LoopbackServer::serve(int fd, int number) {
+  std::string pending;  // received, not yet a whole request
+  char buffer[16384];
+  for (ssize_t got; (got = ::recv(fd, buffer, sizeof buffer, 0)) != 0;) {
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return;
+    pending.append(buffer, static_cast<size_t>(got));
+    for (size_t headEnd; (headEnd = pending.find("\r\n\r\n")) != std::string::npos;) {
+      CapturedRequest request = parseHead(pending.substr(0, headEnd));
+      const std::vector<std::string> length = request.values("Content-Length");
+      const size_t bodyLength = length.empty() ? 0 : std::stoul(length.front());
+      if (pending.size() - headEnd - 4 < bodyLength) break;  // the body is still on its way
+      request.body = pending.substr(headEnd + 4, bodyLength);
+      request.connection = number;
+      pending.erase(0, headEnd + 4 + bodyLength);
+      const ScriptedAnswer answer = answerFor(request);
+      std::string bytes = "HTTP/1.1 " + std::to_string(answer.status) + " Scripted\r\n";
+      for (const auto& [name, value] : answer.headers) bytes += name + ": " + value + "\r\n";
+      bytes += "Content-Length: " + std::to_string(answer.body.size()) + "\r\n\r\n" + answer.body;
+      if (!sendAll(fd, bytes)) return;
+    }
+  }
+}
+
+ScriptedAnswer LoopbackServer::answerFor(const CapturedRequest& request) {
+  Responder responder;
+  {
+    std::lock_guard lock(mutex_);
+    requests_.push_back(request);
+    responder = responder_;
+  }
+  changed_.notify_all();
+  const ScriptedAnswer answer = responder ? responder(request) : ScriptedAnswer{};  // outside the lock
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [&] { return closing_ || !answer.stall; });
+  return answer;
 }
 
 std::string LoopbackServer::url(std::string_view target) const {
-  return "http://127.0.0.1:" + std::to_string(port()) + std::string(target);
-}
-
-void LoopbackServer::answerPath(std::string path, ScriptedAnswer answer) {
-  std::lock_guard lock(mutex_);
-  pathAnswers_.insert_or_assign(std::move(path), std::move(answer));
+  return "http://127.0.0.1:" + std::to_string(port_) + std::string(target);
 }
 
 void LoopbackServer::setResponder(Responder responder) {
@@ -74,36 +160,6 @@ int LoopbackServer::connectionCount() const {
   std::set<int> connections;
   for (const CapturedRequest& request : requests_) connections.insert(request.connection);
   return static_cast<int>(connections.size());
-}
-
-std::size_t LoopbackServer::record(CapturedRequest request) {
-  std::size_t index = 0;
-  {
-    std::lock_guard lock(mutex_);
-    index = requests_.size();
-    requests_.push_back(std::move(request));
-  }
-  changed_.notify_all();
-  return index;
-}
-
-ScriptedAnswer LoopbackServer::answerFor(std::size_t index) const {
-  Responder responder;
-  CapturedRequest request;
-  {
-    std::lock_guard lock(mutex_);
-    request = requests_.at(index);
-    const auto byPath = pathAnswers_.find(request.path());
-    if (byPath != pathAnswers_.end()) return byPath->second;
-    responder = responder_;
-  }
-  // Outside the lock: the responder may call back into the server.
-  return responder ? responder(request) : ScriptedAnswer{};
-}
-
-void LoopbackServer::waitUntilClosing() {
-  std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return closing_; });
 }
 
 }  // namespace orvanta::testing
