@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "orvanta/json.h"
 #include "orvanta/log.h"
-
 #include "support/log_lines.h"
 #include "support/test_runtime.h"
 
@@ -23,15 +21,6 @@ TEST(SettingsLookupTest, MissingKeysReadAsEmptyOrTheAppGroupFallbackUnderTheLite
   methods.saveToDefaults(Value(7), "written");
   EXPECT_EQ(methods.getFromDefaults("written"), Value(7));
   EXPECT_EQ(app.platform().standardSettings->synchronizeCount(), 1);
-}
-
-TEST(SettingsLookupTest, BlankValuesNormaliseToEmpty) {
-  for (const Value& blank : {Value("(null)"), Value("<null>"), Value("   "), Value("\t \t"), Value()}) {
-    EXPECT_EQ(OrvantaCommanMethods::removeBlankSpaceValue(&blank), "") << dumpJson(blank);
-  }
-  EXPECT_EQ(OrvantaCommanMethods::removeBlankSpaceValue(nullptr), "");
-  const Value word("  word \t");
-  EXPECT_EQ(OrvantaCommanMethods::removeBlankSpaceValue(&word), "word");
 }
 
 TEST(LogTest, LinesCarryThePrefixWordAndASinkThatLogsItselfDoesNotWaitForItself) {

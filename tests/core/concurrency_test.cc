@@ -35,7 +35,8 @@ TEST(ConcurrencyTest, DataModelWritersAndReadersLeaveOneOfTheWrittenValues) {
       ASSERT_TRUE(attribution && attribution->find("k"));
     }
   });
-  EXPECT_TRUE((std::set<std::string>{"user-0", "user-1", "user-2", "user-3"}).contains(model.strIdentity()));
+  EXPECT_TRUE((std::set<std::string>{"user-0", "user-1", "user-2", "user-3"})
+                  .contains(model.strIdentity()));
   EXPECT_LT(model.SessionIdTimeoutInMinutes(), kThreads);
 }
 
@@ -46,13 +47,15 @@ TEST(ConcurrencyTest, TrackingFromSeveralThreadsSendsEveryMessageOnce) {
   constexpr int kPerThread = 50;
   inParallel([&](int t) {
     for (int i = 0; i < kPerThread; ++i) {
-      if (i % 10 == 0) app.runtime().installation().orvantaPushLogin("user-" + std::to_string(t), nullptr);
+      if (i % 10 == 0)
+        app.runtime().installation().orvantaPushLogin("user-" + std::to_string(t), nullptr);
       app.runtime().appTracking().sendAppTrackingEvent(1000 * t + i, nullptr);
     }
   });
   std::multiset<std::int64_t> eventIds;
   for (const auto& message : app.sentMessages()) {
-    if (message.method == "app_activity") eventIds.insert(*message.object.find("eventid")->asInteger());
+    if (message.method == "app_activity")
+      eventIds.insert(*message.object.find("eventid")->asInteger());
   }
   EXPECT_EQ(eventIds.size(), static_cast<std::size_t>(kThreads * kPerThread));
   EXPECT_EQ(std::set<std::int64_t>(eventIds.begin(), eventIds.end()).size(), eventIds.size());

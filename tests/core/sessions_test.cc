@@ -74,23 +74,17 @@ TEST_F(SessionTest, ResetSessionEndsAttributionAndClearsStoredRules) {
 }
 
 TEST_F(SessionTest, DeepLinkAttributionIsRenamedStoredAndSentWithTheSendingTime) {
-  const Map before = track(100);
-  for (const char* key : {"atcm", "atcs", "atci", "updated_date"}) EXPECT_FALSE(before.contains(key)) << key;
-
-  manager().setDeepLinkQueryParameters(
-      queryParameters("myapp://open?atcs=old&__ktm_source=mail&__ktm_medium=push&__ktm_id=7&__kta=x&k=v"));
-  const auto stored = app.platform().standardSettings->get("OrvantaAttribution");
-  ASSERT_TRUE(stored && stored->isMap());
-  const Map renamed{{"atcs", "mail"}, {"atcm", "push"}, {"atci", "7"}, {"k", "v"}};
-  const Map& attribution = *stored->asMap();
-  for (const auto& [key, value] : renamed) EXPECT_EQ(*attribution.find(key), value) << key;
-  for (const char* key : {"__kta", "__ktm_source", "__ktm_medium", "__ktm_id"}) EXPECT_FALSE(attribution.contains(key));
-  EXPECT_EQ(*attribution.find("updated_date"), Value(Date{1700000000}));
+  EXPECT_FALSE(track(100).contains("atcs"));
+  manager().setDeepLinkQueryParameters(queryParameters(
+      "myapp://open?atcs=old&__ktm_source=mail&__ktm_medium=push&__ktm_id=7&__kta=x&k=v"));
+  Map attribution{{"atcs", "mail"}, {"k", "v"}, {"atcm", "push"}, {"atci", "7"}};
+  attribution.set("updated_date", Date{1700000000});
+  EXPECT_EQ(app.platform().standardSettings->get("OrvantaAttribution"), Value(attribution));
 
   advance(90);
   const Map sent = track(101);
-  for (const auto& [key, value] : renamed) EXPECT_EQ(*sent.find(key), value) << key;
-  EXPECT_EQ(*sent.find("updated_date"), Value("231114221450"));
+  attribution.set("updated_date", "231114221450");
+  for (const auto& [key, value] : attribution) EXPECT_EQ(*sent.find(key), value) << key;
 }
 
 TEST(SessionRestoreTest, AttributionIsRestoredAtStartUpWithinTheSessionTimeout) {
@@ -100,35 +94,36 @@ TEST(SessionRestoreTest, AttributionIsRestoredAtStartUpWithinTheSessionTimeout) 
     launch.platform().clock->advance(minutes * 60);
     launch.relaunch();
     launch.runtime().sharedManager().setUpApplicationId("app");
-    EXPECT_EQ(launch.runtime().dataModel().deeplinkQueryParam().has_value(), minutes <= 60) << minutes;
+    EXPECT_EQ(launch.runtime().dataModel().deeplinkQueryParam().has_value(), minutes <= 60)
+        << minutes;
   }
 }
 
 TEST(SessionClockTest, MinutesSinceALocalTimestamp) {
-  VirtualClock clock(Date{1700000000}, 5 * 3600 + 1800);  // +05:30: now is 2023-11-15 03:43:20 local
-  const std::pair<const char*, std::int64_t> cases[] = {
-      {"231115034320", 0}, {"231115034150", 1}, {"231115034250", 0}, {"231115044320", 60},  // an hour ahead
-      {"231114221320", 330},  // the same digits read as UTC
-      {"", 0}, {"not a stamp", 0}, {"2311150343", 0}, {"231315034320", 0}, {"2311150343201", 0}};
-  for (const auto& [stamp, minutes] : cases) EXPECT_EQ(minusCurrentTimeInMinutes(stamp, clock), minutes) << stamp;
+  VirtualClock clock(Date{1700000000}, 5 * 3600 + 1800);  // +05:30: now is 2023-11-15 03:43:20
+  EXPECT_EQ(minusCurrentTimeInMinutes("231115034150", clock), 1);
+  EXPECT_EQ(minusCurrentTimeInMinutes("231115044320", clock), 60);   // an hour ahead
+  EXPECT_EQ(minusCurrentTimeInMinutes("231114221320", clock), 330);  // the same digits as UTC
+  for (const char* stamp : {"231115034250", "", "not a stamp", "2311150343", "231315034320"}) {
+    EXPECT_EQ(minusCurrentTimeInMinutes(stamp, clock), 0) << stamp;
+  }
 }
 
 TEST(QueryParametersTest, DecodesTheQueryOfWellFormedURLsOnly) {
-  const std::pair<const char*, Map> cases[] = {
-      // Items without a value are dropped and the last of a name wins.
-      {"myapp://x/y?a=1&b&c=&a=2&sp=%20x%2By+z&%6Eame=v#frag=1",
-       Map{{"a", "2"}, {"c", ""}, {"sp", " x+y+z"}, {"name", "v"}}},
-      // A question mark inside the fragment starts no query.
-      {"myapp://open#/page?__ktm_source=mail", Map{}},
-      {"myapp://open?a=1#/page?b=2", Map{{"a", "1"}}},
-      {"myapp://[::1]:8080/p?a=1", Map{{"a", "1"}}},
-      // Escapes that are not UTF-8 leave the item without a value.
-      {"myapp://x?a=%FF&b=%C3%A9&c=%C3&d=%ED%A0%80", Map{{"b", "\u00e9"}}},
-      // Text that is not a URL gives nothing.
-      {"myapp://x?a=b c", Map{}}, {"myapp://x?a=%zz", Map{}}, {"myapp://x?a=%4", Map{}},
-      {"myapp://x?a=\"q\"", Map{}}, {"myapp://x?a=[1]", Map{}}, {"myapp://x?a=1#f#g", Map{}},
-      {"myapp://no-query", Map{}}};
-  for (const auto& [url, expected] : cases) EXPECT_EQ(queryParameters(url), expected) << url;
+  // Items without a value are dropped and the last of a name wins.
+  EXPECT_EQ(queryParameters("myapp://x/y?a=1&b&c=&a=2&sp=%20x%2By+z&%6Eame=v#frag=1"),
+            (Map{{"a", "2"}, {"c", ""}, {"sp", " x+y+z"}, {"name", "v"}}));
+  EXPECT_EQ(queryParameters("myapp://open?a=1#/page?b=2"), (Map{{"a", "1"}}));
+  // Escapes that are not UTF-8 leave the item without a value.
+  EXPECT_EQ(queryParameters("myapp://x?a=%FF&b=%C3%A9&c=%C3&d=%ED%A0%80"), (Map{{"b", "\u00e9"}}));
+
+  // A question mark inside the fragment starts no query, and text that is
+  // not a URL gives nothing.
+  for (const char* url : {"myapp://open#/page?__ktm_source=mail", "myapp://x?a=b c",
+                          "myapp://x?a=%zz", "myapp://x?a=%4", "myapp://x?a=\"q\"",
+                          "myapp://x?a=[1]", "myapp://x?a=1#f#g", "myapp://no-query"}) {
+    EXPECT_EQ(queryParameters(url), Map{}) << url;
+  }
 }
 
 }  // namespace

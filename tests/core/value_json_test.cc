@@ -5,147 +5,122 @@
 #include <string>
 #include <vector>
 
-#include "core/base64.h"
 #include "orvanta/json.h"
 #include "orvanta/value.h"
 
 namespace orvanta {
 namespace {
 
-std::vector<std::string> keysOf(const Map& map) {
-  std::vector<std::string> keys;
+using Keys = std::vector<std::string>;
+
+Keys keysOf(const Map& map) {
+  Keys keys;
   for (const auto& [key, value] : map) keys.push_back(key);
   return keys;
 }
 
-Value retagged(const Value& value) { return fromTaggedJson(Json::parse(toTaggedJson(value).dump())); }
+Value retagged(const Value& value) {
+  return fromTaggedJson(Json::parse(toTaggedJson(value).dump()));
+}
 
 // A value of every kind JSON can carry, nested. The third needs all 17
 // significant digits.
 Value everyPlainKind() {
-  return Map{{"null", Null{}}, {"yes", true}, {"no", false}, {"int", 42}, {"negative", -7},
-             {"int64 max", std::numeric_limits<std::int64_t>::max()},
-             {"int64 min", std::numeric_limits<std::int64_t>::min()}, {"double", 0.1}, {"whole double", 3.0},
-             {"tiny", 5e-324}, {"third", 1.0 / 3}, {"large", -1e22},
-             {"text", "caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80 \"quoted\" \\ \n\t"}, {"empty text", ""},
-             {"list", Array{1, "two", Array{}, Map{}}}, {"nested", Map{{"z", 1}, {"a", Map{{"deep", Array{Null{}}}}}}}};
+  const Value nested = Map{{"z", 1}, {"a", Map{{"deep", Array{Null{}}}}}};
+  const Value list = Array{1, "two", Array{}, Map{}};
+  constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
+  constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
+  const char* text = "caf\xC3\xA9 \xF0\x9F\x98\x80 \"q\" \\ \n\t";
+  return Array{Null{}, true, false, -7, kMax, kMin, 0.1, 3.0, 5e-324, 1.0 / 3, text, list, nested};
 }
 
 TEST(MapTest, KeepsInsertionOrderAndTellsAnAbsentKeyFromTheNullMarker) {
-  Map map{{"z", 1}, {"a", 2}, {"m", Null{}}, {"a", 3}};  // a duplicate keeps the first place, the last value
-  EXPECT_EQ(keysOf(map), (std::vector<std::string>{"z", "a", "m"}));
+  Map map{{"z", 1}, {"a", 2}, {"m", Null{}}, {"a", 3}};  // a duplicate: first place, last value
+  EXPECT_EQ(keysOf(map), (Keys{"z", "a", "m"}));
   EXPECT_EQ(*map.find("a"), Value(3));
   map.set("a", "replaced");
-  EXPECT_EQ(keysOf(map), (std::vector<std::string>{"z", "a", "m"}));
   EXPECT_TRUE(map.erase("z"));
   EXPECT_FALSE(map.erase("z"));
   map.set("z", 9);  // re-added after erasure: goes last
-  EXPECT_EQ(keysOf(map), (std::vector<std::string>{"a", "m", "z"}));
-
+  EXPECT_EQ(keysOf(map), (Keys{"a", "m", "z"}));
   ASSERT_TRUE(map.contains("m"));
   EXPECT_TRUE(map.find("m")->isNull());
   EXPECT_EQ(map.find("absent"), nullptr);
-  EXPECT_FALSE(map.contains("absent"));
 }
 
-TEST(ValueTest, TruthyReadsBoolsAndNonZeroNumbersOnly) {
-  for (const Value& yes : {Value(true), Value(-1), Value(0.25)}) EXPECT_TRUE(yes.truthy()) << dumpJson(yes);
-  for (const Value& no : {Value(false), Value(0), Value(0.0), Value("1"), Value("true"), Value(Null{}),
-                          Value(Array{true}), Value(Bytes{1})}) {
-    EXPECT_FALSE(no.truthy()) << dumpJson(no);
-  }
-}
-
-TEST(JsonTest, PlainValuesSurviveBothRoundTrips) {
+TEST(JsonTest, WritesCompactlyInInsertionOrderAndReadsBackEveryKind) {
   const Value value = everyPlainKind();
   EXPECT_EQ(parseJson(dumpJson(value)), value);
   EXPECT_EQ(fromJson(toJson(value)), value);
-}
-
-TEST(JsonTest, WritesCompactlyInInsertionOrder) {
-  Map event{{"event", 20}, {"app", "x"}, {"b", true}};
-  event.set("app", "y");
-  event.set("after", Null{});
-  EXPECT_EQ(dumpJson(event), R"({"event":20,"app":"y","b":true,"after":null})");
-  EXPECT_EQ(keysOf(*parseJson(R"({"b":1,"a":2,"c":3})")->asMap()), (std::vector<std::string>{"b", "a", "c"}));
+  EXPECT_EQ(keysOf(*parseJson(R"({"b":1,"a":2,"c":3})")->asMap()), (Keys{"b", "a", "c"}));
 
   // Bytes and dates become octets and seconds; non-finite doubles null.
-  const Value odd = Map{{"bytes", Bytes{0, 127, 255}}, {"date", Date{1700000000.5}},
+  const Value odd = Map{{"event", 20},
+                        {"bytes", Bytes{0, 255}},
+                        {"date", Date{1700000000.5}},
                         {"nan", std::numeric_limits<double>::quiet_NaN()},
                         {"inf", std::numeric_limits<double>::infinity()}};
-  EXPECT_EQ(dumpJson(odd), R"({"bytes":[0,127,255],"date":1700000000.5,"nan":null,"inf":null})");
+  EXPECT_EQ(dumpJson(odd),
+            R"({"event":20,"bytes":[0,255],"date":1700000000.5,"nan":null,"inf":null})");
+
+  // Invalid UTF-8 from the host is replaced, not thrown.
+  std::string text;
+  ASSERT_NO_THROW(text = dumpJson(Map{{"k\x80", std::string("ok\xFF") + "end\xC3"}}));
+  const std::string r = "\xEF\xBF\xBD";
+  EXPECT_EQ(parseJson(text), Value(Map{{"k" + r, "ok" + r + "end" + r}})) << text;
 }
 
 TEST(JsonTest, NumbersKeepTheirKinds) {
-  const std::pair<const char*, Value> cases[] = {
-      {"0", 0}, {"-0", 0}, {"9223372036854775807", std::numeric_limits<std::int64_t>::max()},
-      {"-9223372036854775808", std::numeric_limits<std::int64_t>::min()},
-      // Unsigned beyond the int64 range: as double, not wrapped around.
-      {"9223372036854775808", 9223372036854775808.0}, {"18446744073709551615", 18446744073709551615.0},
-      {"1.0", 1.0}, {"1e2", 100.0}, {"-2.5E-3", -0.0025}, {"1e308", 1e308}};
-  for (const auto& [text, expected] : cases) {
+  // Integers to the int64 limits; beyond them (not wrapped around) or with a
+  // fraction or exponent, doubles.
+  for (const char* text : {"0", "9223372036854775807", "-9223372036854775808"}) {
     const std::optional<Value> parsed = parseJson(text);
-    ASSERT_TRUE(parsed.has_value()) << text;
-    EXPECT_EQ(*parsed, expected) << text;
-    EXPECT_EQ(parsed->isInteger(), expected.isInteger()) << text;
+    ASSERT_TRUE(parsed && parsed->isInteger()) << text;
+    EXPECT_EQ(dumpJson(*parsed), text);
   }
-  // Larger than any int64 inside an object read through the Json tree too.
-  EXPECT_TRUE(fromJson(Json{{"n", std::numeric_limits<std::uint64_t>::max()}}).asMap()->find("n")->isDouble());
-}
-
-TEST(JsonTest, InvalidUtf8IsReplacedNotThrown) {
-  // Stray bytes, then a sequence cut short by the end of the string.
-  const std::string broken = std::string("ok\xFF\xFE") + "end\xC3";
-  std::string text;
-  ASSERT_NO_THROW(text = dumpJson(Map{{"k\x80", broken}}));
-  const std::string r = "\xEF\xBF\xBD";
-  EXPECT_EQ(parseJson(text), Value(Map{{"k" + r, "ok" + r + r + "end" + r}})) << text;
+  EXPECT_EQ(parseJson("18446744073709551615"), Value(18446744073709551615.0));
+  EXPECT_EQ(parseJson("-2.5E-3"), Value(-0.0025));
+  EXPECT_TRUE(parseJson("1.0")->isDouble());
 }
 
 TEST(JsonTest, ParseRejectsAnythingButOneDocument) {
-  for (const char* text : {"", "   ", "{", "[1,]", "{\"a\":1,}", "{\"a\":1} {}", "nul", "'single'", "{a:1}", "01",
-                           "1e400", "\"\xFF\"", "\"unterminated", "[1] // comment"}) {
+  for (const char* text : {"", "{", "[1,]", "{\"a\":1} {}", "nul", "{a:1}", "01", "1e400",
+                           "\"\xFF\"", "[1] // comment"}) {
     EXPECT_FALSE(parseJson(text).has_value()) << text;
   }
   EXPECT_EQ(parseJson(" \n[true]\t"), Value(Array{true}));
 }
 
 TEST(JsonTest, NestingIsBoundedInsteadOfExhaustingTheStack) {
-  const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+  const auto nested = [](std::size_t n) { return std::string(n, '[') + std::string(n, ']'); };
   EXPECT_TRUE(parseJson(nested(500)).has_value());
   EXPECT_FALSE(parseJson(nested(513)).has_value());
   EXPECT_FALSE(parseJson(nested(20000)).has_value());
 
   Json deep = Json::array();
   for (int i = 0; i < 600; ++i) deep = Json::array({std::move(deep)});
-  Value cut = fromJson(deep);  // no failure mode here: the cut level reads as null
+  const Value cut = fromJson(deep);  // no failure mode here: the cut level reads as null
+  const Value* level = &cut;
   int depth = 0;
-  for (; cut.asArray() != nullptr; ++depth) {
-    ASSERT_EQ(cut.asArray()->size(), 1u);
-    Value inner = std::move(cut.asArray()->front());
-    cut = std::move(inner);
+  for (; level->asArray() != nullptr && level->asArray()->size() == 1; ++depth) {
+    level = &level->asArray()->front();
   }
-  EXPECT_TRUE(cut.isNull());
+  EXPECT_TRUE(level->isNull());
   EXPECT_EQ(depth, 512);
 }
 
 TEST(TaggedJsonTest, EveryKindReadsBackAsItselfAndTagsAreSpelledAsDocumented) {
-  Map value = *everyPlainKind().asMap();
-  value.set("bytes", Bytes{0, 1, 2, 250, 255});
-  value.set("no bytes", Bytes{});
-  value.set("date", Date{1700000000.25});
-  value.set("whole date", Date{86400});
-  value.set("in a list", Array{Date{-1.5}, Bytes{7}});
-  EXPECT_EQ(retagged(value), Value(value));
-  EXPECT_TRUE(retagged(Date{86400}).isDate());
+  const Value value =
+      Map{{"plain", everyPlainKind()},
+          {"tagged", Array{Bytes{0, 1, 250, 255}, Bytes{}, Date{-1.5}, Date{86400}}}};
+  EXPECT_EQ(retagged(value), value);
   EXPECT_EQ(toTaggedJson(Map{{"b", Bytes{'h', 'i'}}, {"d", Date{1.5}}}).dump(),
             R"({"b":{"$bytes":"aGk="},"d":{"$date":1.5}})");
 }
 
 TEST(TaggedJsonTest, MapsThatLookLikeTagsAreWrappedAndMalformedTagsReadAsMaps) {
   for (const Value& value : {Value(Map{{"$bytes", "aGk="}}), Value(Map{{"$date", 12}}),
-                             Value(Map{{"$map", Map{{"x", 1}}}}), Value(Map{{"$map", 5}}),
-                             Value(Map{{"$map", Map{{"$bytes", "aGk="}}}})}) {
+                             Value(Map{{"$map", 5}}), Value(Map{{"$map", Map{{"$date", 1}}}})}) {
     const Json tagged = toTaggedJson(value);
     EXPECT_TRUE(tagged.contains("$map")) << tagged.dump();
     EXPECT_EQ(retagged(value), value) << tagged.dump();
@@ -155,29 +130,10 @@ TEST(TaggedJsonTest, MapsThatLookLikeTagsAreWrappedAndMalformedTagsReadAsMaps) {
   EXPECT_EQ(toTaggedJson(twoKeys).dump(), R"({"$bytes":"aGk=","other":1})");
   EXPECT_EQ(retagged(twoKeys), twoKeys);
 
-  for (const char* text : {R"({"$bytes":"not base64!"})", R"({"$bytes":"aGk"})", R"({"$bytes":7})",
+  // Bytes in anything but canonical base64 included.
+  for (const char* text : {R"({"$bytes":"aGk"})", R"({"$bytes":"Zh=="})", R"({"$bytes":"Zm 9"})",
                            R"({"$date":"yesterday"})", R"({"$map":[1]})"}) {
     EXPECT_EQ(fromTaggedJson(Json::parse(text)), fromJson(Json::parse(text))) << text;
-  }
-}
-
-TEST(Base64Test, StandardVectorsAndEveryOctetRoundTrip) {
-  const std::pair<const char*, const char*> vectors[] = {{"", ""},         {"f", "Zg=="},     {"fo", "Zm8="},
-                                                         {"foo", "Zm9v"},  {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="},
-                                                         {"foobar", "Zm9vYmFy"}, {"\xFB\xFF", "+/8="}};
-  for (const auto& [plain, encoded] : vectors) {
-    const Bytes bytes(plain, plain + std::char_traits<char>::length(plain));
-    EXPECT_EQ(encodeBase64(bytes), encoded);
-    EXPECT_EQ(decodeBase64(encoded), bytes) << encoded;
-  }
-  Bytes all;
-  for (int i = 0; i < 256; ++i) all.push_back(static_cast<std::uint8_t>(255 - i));
-  EXPECT_EQ(decodeBase64(encodeBase64(all)), all);
-}
-
-TEST(Base64Test, RejectsNonCanonicalText) {
-  for (const char* text : {"Zg", "Zg=", "Zg===", "Z===", "====", "Zm9v!", "Zm 9", "Zh==", "Zm9=", "Zg==Zg==", "Zm-_"}) {
-    EXPECT_FALSE(decodeBase64(text).has_value()) << text;
   }
 }
 

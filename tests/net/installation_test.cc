@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "orvanta/json.h"
 #include "orvanta/shared_manager.h"
 #include "support/test_runtime.h"
 
@@ -12,11 +13,14 @@ class InstallationTest : public ::testing::Test {
  protected:
   void SetUp() override { app.runtime().sharedManager().setUpApplicationId("app"); }
   OrvantaInstallation& installation() { return app.runtime().installation(); }
-  // The given fields of the last message, with its method first.
-  Map last(std::initializer_list<const char*> keys) {
+  // The last message's method and the given fields, as JSON.
+  std::string last(std::initializer_list<const char*> keys) {
     const SentMessage sent = app.lastMessage();
-    Map fields{{"method", sent.method}};
-    for (const char* key : keys) fields.set(key, sent.object.find(key) ? *sent.object.find(key) : Value("(absent)"));
+    std::string fields = sent.method;
+    for (const char* key : keys) {
+      const Value* value = sent.object.find(key);
+      fields += std::string(" ") + key + "=" + (value ? dumpJson(*value) : "(absent)");
+    }
     return fields;
   }
 
@@ -26,10 +30,10 @@ class InstallationTest : public ::testing::Test {
 TEST_F(InstallationTest, TheOldTokenIsFixedOnceByTheFirstRegistration) {
   installation().orvantaPushRegisteration(std::nullopt, nullptr);
   EXPECT_EQ(last({"token", "oldtoken", "eventid", "identity"}),
-            (Map{{"method", "pn_register"}, {"token", ""}, {"oldtoken", ""}, {"eventid", 25}, {"identity", ""}}));
+            R"(pn_register token="" oldtoken="" eventid=25 identity="")");
   installation().orvantaPushRegisteration("ada", Value(Bytes{0xab, 0xcd}), nullptr);
   EXPECT_EQ(last({"token", "oldtoken", "identity"}),
-            (Map{{"method", "pn_register"}, {"token", "abcd"}, {"oldtoken", ""}, {"identity", "ada"}}));
+            R"(pn_register token="abcd" oldtoken="" identity="ada")");
   EXPECT_EQ(app.platform().standardSettings->get("oldtoken"), Value(""));
 }
 
@@ -37,17 +41,17 @@ TEST_F(InstallationTest, TheFirstRegisteredTokenStaysTheOldToken) {
   app.runtime().sharedManager().setDeviceToken(Value(Bytes{0x01}));
   installation().orvantaPushRegisteration("ada", nullptr);
   installation().orvantaPushRegisteration("ada", Value(Bytes{0x02}), nullptr);
-  EXPECT_EQ(last({"token", "oldtoken"}), (Map{{"method", "pn_register"}, {"token", "02"}, {"oldtoken", "01"}}));
+  EXPECT_EQ(last({"token", "oldtoken"}), R"(pn_register token="02" oldtoken="01")");
 }
 
 TEST_F(InstallationTest, LoginLogoutCarryTheRightIdentity) {
   installation().orvantaPushLogin(std::nullopt, nullptr);
-  EXPECT_EQ(last({"identity", "eventid"}), (Map{{"method", "pn_login"}, {"identity", ""}, {"eventid", 22}}));
+  EXPECT_EQ(last({"identity", "eventid"}), R"(pn_login identity="" eventid=22)");
   installation().orvantaPushLogin("grace", nullptr);
-  EXPECT_EQ(last({"identity"}), (Map{{"method", "pn_login"}, {"identity", "grace"}}));
+  EXPECT_EQ(last({"identity"}), R"(pn_login identity="grace")");
 
   installation().orvantaPushLogout(nullptr);
-  EXPECT_EQ(last({"identity", "eventid"}), (Map{{"method", "pn_logout"}, {"identity", "grace"}, {"eventid", 23}}));
+  EXPECT_EQ(last({"identity", "eventid"}), R"(pn_logout identity="grace" eventid=23)");
   EXPECT_EQ(app.platform().standardSettings->get("OrvantaIdentity"), Value(""));
   EXPECT_EQ(app.runtime().sharedManager().getIdentity(), "");
 }
@@ -55,15 +59,15 @@ TEST_F(InstallationTest, LoginLogoutCarryTheRightIdentity) {
 TEST_F(InstallationTest, ProfileHasItsOwnFieldSet) {
   installation().orvantaProfilePush("ada", Value(Map{{"s^city", "Oslo"}}), nullptr);
   const SentMessage sent = app.lastMessage();
-  EXPECT_EQ(sent.method, "profilePush");
   std::vector<std::string> keys;
   for (const auto& entry : sent.object) keys.push_back(entry.first);
-  EXPECT_EQ(keys, (std::vector<std::string>{"identity", "pushid", "appid", "make", "model", "profileDetails",
-                                            "sessionid", "adid"}));
-  EXPECT_EQ(*sent.object.find("profileDetails"), Value(Map{{"s^city", "Oslo"}}));
+  EXPECT_EQ(keys, (std::vector<std::string>{"identity", "pushid", "appid", "make", "model",
+                                            "profileDetails", "sessionid", "adid"}));
+  EXPECT_EQ(last({"identity", "profileDetails"}),
+            R"(profilePush identity="ada" profileDetails={"s^city":"Oslo"})");
 
   installation().orvantaProfilePush("ada", Value(Array{1, 2}), nullptr);  // not a map: sent empty
-  EXPECT_NE(app.lastMessage().body.find("\"profileDetails\":{}"), std::string::npos);
+  EXPECT_EQ(last({"profileDetails"}), "profilePush profileDetails={}");
 }
 
 }  // namespace
