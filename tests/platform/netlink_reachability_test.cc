@@ -1,20 +1,18 @@
-// NetlinkReachability against a real kernel routing table: each test runs
+// NetlinkReachability against a real kernel routing table: the test runs
 // again inside a network namespace of its own (`unshare -rn`), where it may
 // make interfaces and routes without touching the machine's. Where user and
-// network namespaces or the `ip` tool are unavailable the tests are skipped.
+// network namespaces or the `ip` tool are unavailable it is skipped.
 #include "platform/linux/netlink_reachability.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <mutex>
-#include <sstream>
 #include <string>
+#include <utility>
 
 namespace orvanta {
 namespace {
@@ -22,117 +20,78 @@ namespace {
 constexpr const char* kInsideEnv = "ORVANTA_NETLINK_TEST_NAMESPACE";
 constexpr std::uint32_t kReachable = kReachabilityFlagReachable;
 constexpr std::uint32_t kCellular = kReachabilityFlagReachable | kReachabilityFlagIsWWAN;
-// Settle and longest delay short enough for a test to wait on.
-const NetlinkReachability::Options kQuick{std::chrono::milliseconds(20), std::chrono::milliseconds(200)};
 
-bool insideNamespace() { return std::getenv(kInsideEnv) != nullptr; }
-
-int shell(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()); }
-
-// Outside the namespace: runs the current test again inside a fresh one and
-// reports its output when it fails; skips when that cannot be done here.
-void runInsideFreshNamespace() {
-  if (shell("unshare -rn ip link add orvprobe0 type veth peer name orvprobe1") != 0) {
-    GTEST_SKIP() << "user and network namespaces (unshare -rn), veth links or the ip tool are unavailable";
-  }
-  const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
-  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
-  const std::filesystem::path log = std::filesystem::temp_directory_path() /
-                                    ("orvanta-netlink-" + std::to_string(::getpid()) + "-" + test->name() + ".log");
-  const std::string command = std::string(kInsideEnv) + "=1 unshare -rn " + self.string() +
-                              " --gtest_filter=" + test->test_suite_name() + "." + test->name() + " >" + log.string() +
-                              " 2>&1";
-  const int status = std::system(command.c_str());
-  std::ifstream in(log);
-  std::stringstream output;
-  output << in.rdbuf();
-  std::filesystem::remove(log);
-  EXPECT_EQ(status, 0) << output.str();
+int shell(const std::string& command) {
+  return std::system((command + " >/dev/null 2>&1").c_str());
 }
 
-// Counts callbacks and lets the test wait (bounded) for a state to arrive.
-class Watcher {
- public:
-  explicit Watcher(NetlinkReachability& source) : source_(source) {}
-
-  ReachabilitySource::ChangeCallback callback() {
-    return [this] {
-      std::lock_guard lock(mutex_);
-      ++calls_;
-      changed_.notify_all();
-    };
+// Outside the namespace: runs the current test again inside a fresh one,
+// its output going to this one's; skips when that cannot be done here.
+void runInsideFreshNamespace() {
+  if (shell("unshare -rn ip link add orvprobe0 type veth peer name orvprobe1") != 0) {
+    GTEST_SKIP() << "user and network namespaces (unshare -rn), veth links or ip are unavailable";
   }
-  // Waits until a callback has left the flags at expected.
-  bool waitForFlags(std::uint32_t expected) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return source_.flags() == expected; });
-  }
-  int calls() {
-    std::lock_guard lock(mutex_);
-    return calls_;
-  }
+  const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+  const std::string command = std::string(kInsideEnv) + "=1 unshare -rn " +
+                              std::filesystem::read_symlink("/proc/self/exe").string() +
+                              " --gtest_filter=" + test->test_suite_name() + "." + test->name();
+  EXPECT_EQ(std::system(command.c_str()), 0);
+}
 
- private:
-  NetlinkReachability& source_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  int calls_ = 0;
-};
-
-// One veth pair, both ends up, the first with an IPv4 address in net.
-void addLink(const std::string& name, const std::string& peer, const std::string& address) {
-  ASSERT_EQ(shell("ip link add " + name + " type veth peer name " + peer), 0);
-  ASSERT_EQ(shell("ip link set " + name + " up && ip link set " + peer + " up"), 0);
-  ASSERT_EQ(shell("ip addr add " + address + " dev " + name), 0);
+// One veth pair, both ends up, the first with an IPv4 address.
+std::string link(const std::string& name, const std::string& peer, const std::string& address) {
+  return "ip link add " + name + " type veth peer name " + peer + " && ip link set " + name +
+         " up && ip link set " + peer + " up && ip addr add " + address + " dev " + name;
 }
 
 TEST(NetlinkReachabilityTest, FollowsDefaultRoutesAndTheirInterfaces) {
-  if (!insideNamespace()) return runInsideFreshNamespace();
-  NetlinkReachability source(kQuick);
-  EXPECT_EQ(source.flags(), 0u) << "a fresh namespace has no default route";
-  Watcher watcher(source);
-  ASSERT_TRUE(source.start(watcher.callback()));
+  if (std::getenv(kInsideEnv) == nullptr) return runInsideFreshNamespace();
+  // Callbacks are counted, and the test waits (bounded) for the flags a step should leave.
+  std::mutex mutex;
+  std::condition_variable changed;
+  int calls = 0;
+  // Settle and longest delay short enough for a test to wait on.
+  NetlinkReachability source({std::chrono::milliseconds(20), std::chrono::milliseconds(200)});
+  ASSERT_TRUE(source.start([&] {
+    std::lock_guard lock(mutex);
+    ++calls;
+    changed.notify_all();
+  }));
+  const auto waitForFlags = [&](std::uint32_t expected) {
+    std::unique_lock lock(mutex);
+    return changed.wait_for(lock, std::chrono::seconds(20),
+                            [&] { return source.flags() == expected; });
+  };
 
-  addLink("orv0", "orv1", "10.9.0.1/24");
-  ASSERT_EQ(shell("ip route add default via 10.9.0.2 dev orv0"), 0);
-  EXPECT_TRUE(watcher.waitForFlags(kReachable));
-
-  ASSERT_EQ(shell("ip route del default"), 0);
-  EXPECT_TRUE(watcher.waitForFlags(0));
-
-  // IPv6 alone is enough.
-  ASSERT_EQ(shell("ip -6 addr add 2001:db8::1/64 dev orv0 nodad"), 0);
-  ASSERT_EQ(shell("ip -6 route add default via 2001:db8::2 dev orv0"), 0);
-  EXPECT_TRUE(watcher.waitForFlags(kReachable));
-
-  // The route stays, but its interface loses carrier when the peer goes down.
-  ASSERT_EQ(shell("ip link set orv1 down"), 0);
-  EXPECT_TRUE(watcher.waitForFlags(0));
-  ASSERT_EQ(shell("ip link set orv1 up"), 0);
-  EXPECT_TRUE(watcher.waitForFlags(kReachable));
-
-  // The route's own interface goes down: the kernel drops its routes with
-  // no route event of their own.
-  ASSERT_EQ(shell("ip link set orv0 down"), 0);
-  EXPECT_TRUE(watcher.waitForFlags(0));
-
-  EXPECT_EQ(watcher.calls(), 6) << "one callback per change";
-
+  // Each step and the flags it leaves. IPv6 alone is enough. A default route
+  // stays while its interface loses carrier (the peer goes down) or is set
+  // down itself, which drops its routes with no route event of their own.
   // Cellular only while every default route of the main table is.
-  addLink("wwan0", "orv2", "10.8.0.1/24");
-  ASSERT_EQ(shell("ip route add default via 10.8.0.2 dev wwan0"), 0);
-  EXPECT_TRUE(watcher.waitForFlags(kCellular));
-  ASSERT_EQ(shell("ip link set orv0 up && ip route add default via 10.9.0.2 dev orv0 metric 100"), 0);
-  EXPECT_TRUE(watcher.waitForFlags(kReachable));
-  ASSERT_EQ(shell("ip route del default dev orv0 && ip route add default via 10.9.0.2 dev orv0 table 100"), 0);
-  EXPECT_TRUE(watcher.waitForFlags(kCellular));
-
-  const int callsBefore = watcher.calls();
+  const std::pair<std::string, std::uint32_t> steps[] = {
+      {link("orv0", "orv1", "10.9.0.1/24"), 0},
+      {"ip route add default via 10.9.0.2 dev orv0", kReachable},
+      {"ip route del default", 0},
+      {"ip -6 addr add 2001:db8::1/64 dev orv0 nodad", 0},
+      {"ip -6 route add default via 2001:db8::2 dev orv0", kReachable},
+      {"ip link set orv1 down", 0},
+      {"ip link set orv1 up", kReachable},
+      {"ip link set orv0 down", 0},
+      {link("wwan0", "orv2", "10.8.0.1/24"), 0},
+      {"ip route add default via 10.8.0.2 dev wwan0", kCellular},
+      {"ip link set orv0 up && ip route add default via 10.9.0.2 dev orv0 metric 100", kReachable},
+      // Routes in other tables do not count.
+      {"ip route del default dev orv0 && ip route add default via 10.9.0.2 dev orv0 table 100",
+       kCellular},
+  };
+  int changes = 0;
+  std::uint32_t last = 0;
+  for (const auto& [command, flags] : steps) {
+    ASSERT_EQ(shell(command), 0) << command;
+    EXPECT_TRUE(waitForFlags(flags)) << command;
+    changes += flags != std::exchange(last, flags);
+  }
   source.stop();
-  // Stopped, the flags are read on demand.
-  ASSERT_EQ(shell("ip route add default via 10.9.0.2 dev orv0 metric 100"), 0);
-  EXPECT_EQ(source.flags(), kReachable);
-  EXPECT_EQ(watcher.calls(), callsBefore);
+  EXPECT_EQ(calls, changes) << "one callback per change";
 }
 
 }  // namespace
