@@ -35,7 +35,7 @@ test-asan:
 
 # The suites where threads meet (client state, tracking, queue and replay,
 # the platform adapters) under ThreadSanitizer.
-TSAN_SUITES = core net storage platform
+TSAN_SUITES = base core net storage platform
 test-tsan:
 	cmake -S . -B $(TSAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DORVANTA_SANITIZE=thread -DORVANTA_BUILD_TOOLS=OFF
 	cmake --build $(TSAN_BUILD) -j $(JOBS) --target $(addprefix test_,$(TSAN_SUITES))

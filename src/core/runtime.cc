@@ -6,7 +6,7 @@
 #include "core/comman_methods.h"
 #include "core/data_model.h"
 #include "core/lazy.h"
-#include "core/notification_hub.h"
+#include "base/notification_hub.h"
 #include "device/date_formator.h"
 #include "device/file_utilities.h"
 #include "net/web_service_handler.h"

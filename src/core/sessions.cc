@@ -2,8 +2,8 @@
 // every tracking message.
 #include "core/comman_methods.h"
 #include "core/data_model.h"
-#include "core/session_time.h"
-#include "core/url_query.h"
+#include "device/session_time.h"
+#include "base/url_query.h"
 #include "device/date_formator.h"
 #include "device/date_utilities.h"
 #include "orvanta/runtime.h"

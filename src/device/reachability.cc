@@ -1,6 +1,6 @@
 #include "device/reachability.h"
 
-#include "core/notification_hub.h"
+#include "base/notification_hub.h"
 #include "orvanta/runtime.h"
 
 namespace orvanta {

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "core/notification_hub.h"
+#include "base/notification_hub.h"
 
 namespace orvanta {
 

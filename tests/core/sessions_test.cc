@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "core/data_model.h"
-#include "core/session_time.h"
-#include "core/url_query.h"
+#include "device/session_time.h"
+#include "base/url_query.h"
 #include "orvanta/app_tracking.h"
 #include "orvanta/shared_manager.h"
 #include "support/test_runtime.h"

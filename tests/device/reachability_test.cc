@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "core/notification_hub.h"
+#include "base/notification_hub.h"
 #include "platform/testing/fake_reachability.h"
 
 namespace orvanta {

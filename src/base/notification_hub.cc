@@ -1,4 +1,4 @@
-#include "core/notification_hub.h"
+#include "base/notification_hub.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // NotificationHub: delivery by name and order, removal, and observers that
 // change the hub while a post runs.
-#include "core/notification_hub.h"
+#include "base/notification_hub.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "core/session_time.h"
+#include "device/session_time.h"
 
 #include "device/date_pattern.h"
 #include "device/date_utilities.h"

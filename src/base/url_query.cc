@@ -1,4 +1,4 @@
-#include "core/url_query.h"
+#include "base/url_query.h"
 
 #include <algorithm>
 #include <optional>

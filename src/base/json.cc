@@ -5,7 +5,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "core/base64.h"
+#include "base/base64.h"
 
 namespace orvanta {
 namespace {
