@@ -5,15 +5,12 @@
 #include <optional>
 #include <string>
 
+#include "orvanta/status_block.h"
 #include "orvanta/value.h"
 
 namespace orvanta {
 
 class Runtime;
-
-// Every completion receives the HTTP status of the message (0 when no answer
-// came), on a network thread; a message not answered 200 is queued for replay.
-using StatusBlock = std::function<void(int status)>;
 
 class OrvantaInstallation {
  public:

@@ -4,7 +4,7 @@
 
 #include "core/data_model.h"
 #include "orvanta/app_tracking.h"
-#include "orvanta/log.h"
+#include "base/logger.h"
 #include "orvanta/runtime.h"
 
 namespace orvanta {
@@ -105,10 +105,7 @@ void OrvantaCommanMethods::launchEvent() {
 }
 
 void OrvantaCommanMethods::log(std::string_view message) const {
-  std::string line = runtime_.config().logPrefix;
-  line += ' ';
-  line += message;
-  logLine(line);
+  Logger(runtime_.config().logPrefix).log(message);
 }
 
 }  // namespace orvanta

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "orvanta/installation.h"
+#include "orvanta/status_block.h"
 #include "orvanta/platform/http_client.h"
 #include "orvanta/value.h"
 
