@@ -12,8 +12,8 @@
 
 #include "caller_cost.h"
 #include "orvanta/runtime.h"
-#include "platform/testing/temporary_paths.h"
-#include "platform/testing/test_platform.h"
+#include "orvanta/testing/temporary_paths.h"
+#include "orvanta/testing/test_platform.h"
 #include "storage/database_source.h"
 #include "storage/sqlite_handles.h"
 

@@ -11,7 +11,7 @@
 #include "orvanta/log.h"
 #include "orvanta/runtime.h"
 #include "orvanta/shared_manager.h"
-#include "platform/testing/temporary_paths.h"
+#include "orvanta/testing/temporary_paths.h"
 
 namespace orvanta::bench {
 namespace {

@@ -2,15 +2,24 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
-#include "orvanta/installation.h"
+#include "orvanta/status_block.h"
 #include "orvanta/value.h"
 
 namespace orvanta {
 
+// One per Runtime, which builds it; any thread.
 class OrvantaAppTracking {
  public:
-  explicit OrvantaAppTracking(Runtime& runtime);
+  // The library's side: the components it works through.
+  struct Impl;
+  explicit OrvantaAppTracking(std::unique_ptr<Impl> impl);
+  ~OrvantaAppTracking();
+  OrvantaAppTracking(const OrvantaAppTracking&) = delete;
+  OrvantaAppTracking& operator=(const OrvantaAppTracking&) = delete;
+
+  // The shared runtime's instance (see Runtime::shared).
   static OrvantaAppTracking& sharedInstance();
 
   void sendAppTrackingEvent(std::int64_t eventId, StatusBlock block);
@@ -19,7 +28,7 @@ class OrvantaAppTracking {
   void sendAppTrackingEventWithCustomPayload(std::int64_t eventId, const Array& productData, StatusBlock block);
 
  private:
-  Runtime& runtime_;
+  const std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace orvanta

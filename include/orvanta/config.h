@@ -8,16 +8,20 @@ namespace orvanta {
 // What the host application decides. Read once when a Runtime is built.
 struct Config {
   // Tracking server: the method name is appended directly, so it ends in "/".
-  std::string trackingBaseUrl = "https://track.orvanta.io/";
+  // Empty: no server is known; messages are kept in the offline queue and
+  // nothing is sent (a runtime built so says it in the log).
+  std::string trackingBaseUrl;
   // Rules server: rules documents and popup pages live under it; ends in "/".
-  std::string rulesBaseUrl = "https://rules.orvanta.io/";
+  std::string rulesBaseUrl;
   // The settings suite shared with the notification extensions.
   std::string appGroup = "group.io.orvanta.shared";
   // The short word in front of every log line.
   std::string logPrefix = "Orvanta";
 
-  // The host application's bundle information.
-  std::string bundleIdentifier = "io.orvanta.host";
+  // The host application's bundle information. The identifier names the
+  // device id's secure item and, on Linux, the app's home folder and settings
+  // file (empty: the program's name stands in there).
+  std::string bundleIdentifier;
   std::string bundleShortVersion = "1.0";
   std::string bundleExecutableName;  // empty: the bundle identifier stands in
   std::vector<std::string> urlSchemes;

@@ -1,7 +1,7 @@
 // Telling the tracking server who is on this device.
 #pragma once
 
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -10,11 +10,17 @@
 
 namespace orvanta {
 
-class Runtime;
-
+// One per Runtime, which builds it; any thread.
 class OrvantaInstallation {
  public:
-  explicit OrvantaInstallation(Runtime& runtime);
+  // The library's side: the components it works through.
+  struct Impl;
+  explicit OrvantaInstallation(std::unique_ptr<Impl> impl);
+  ~OrvantaInstallation();
+  OrvantaInstallation(const OrvantaInstallation&) = delete;
+  OrvantaInstallation& operator=(const OrvantaInstallation&) = delete;
+
+  // The shared runtime's instance (see Runtime::shared).
   static OrvantaInstallation& sharedInstance();
 
   // Registers the device token with the identity (null or empty: "").
@@ -28,7 +34,7 @@ class OrvantaInstallation {
   void orvantaProfilePush(const std::optional<std::string>& identity, const Value& payload, StatusBlock block);
 
  private:
-  Runtime& runtime_;
+  const std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace orvanta

@@ -1,64 +1,55 @@
 // One Runtime owns one instance of every component of the library, built from
-// a Platform and a Config. Components reach each other through the runtime
-// that owns them. X::sharedInstance() answers the component of the shared,
-// process-wide runtime; tests build a runtime of their own.
+// a Platform and a Config. X::sharedInstance() answers the component of the
+// shared, process-wide runtime; tests and tools build runtimes of their own.
 #pragma once
 
 #include <memory>
 
+#include "orvanta/app_tracking.h"
 #include "orvanta/config.h"
+#include "orvanta/installation.h"
 #include "orvanta/platform/platform.h"
+#include "orvanta/shared_manager.h"
 
 namespace orvanta {
 
-class OrvantaDataModel;
-class OrvantaCommanMethods;
-class OrvantaSharedManager;
-class DateFormator;
-class FileUtilities;
-class OrvantaWebServiceHandler;
-class OrvantaInstallation;
-class OrvantaAppTracking;
-class DatabaseSource;
-class DBManager;
-class NotificationHub;
-
 class Runtime {
  public:
-  // Builds the components lazily, each on first use (thread-safe).
+  // Builds every component at once, in a fixed order: the database is made
+  // and messages a killed process left in flight join the offline queue, the
+  // reachability notifier starts and the first replay is scheduled on the
+  // main queue. Nothing is sent before the host's first call.
   Runtime(Platform platform, Config config);
   // Fails what is in flight over HTTP (so it lands in the offline queue),
-  // stops the main queue, then destroys the components. Not to be run from
-  // within an HTTP completion or a main-queue task of this runtime: those
-  // threads cannot wait for themselves.
+  // stops the main queue, flushes the settings, then destroys the
+  // components. Not to be run from within an HTTP completion or a main-queue
+  // task of this runtime: those threads cannot wait for themselves.
   ~Runtime();
   Runtime(const Runtime&) = delete;
   Runtime& operator=(const Runtime&) = delete;
 
-  // Installs the platform and config of the shared runtime. Answers false
-  // (and changes nothing) once the shared runtime exists.
+  // Installs the platform and config of the shared runtime; call it before
+  // any sharedInstance(). Answers false (and changes nothing) once the
+  // shared runtime exists.
   static bool install(Platform platform, Config config);
-  // The shared runtime: created on first use from what was installed, else
-  // from the Linux platform and a default Config; never destroyed.
+  // The shared runtime: created on first use from what was installed; never
+  // destroyed. Used before install, it logs so and runs on the Linux
+  // platform with a default Config, which names no server: messages are kept
+  // in the offline queue and nothing is sent.
   static Runtime& shared();
 
   const Platform& platform() const { return platform_; }
   const Config& config() const { return config_; }
 
-  OrvantaDataModel& dataModel();
-  OrvantaCommanMethods& commanMethods();
   OrvantaSharedManager& sharedManager();
-  DateFormator& dateFormator();
-  FileUtilities& fileUtilities();
-  OrvantaWebServiceHandler& webServiceHandler();
   OrvantaInstallation& installation();
   OrvantaAppTracking& appTracking();
-  DatabaseSource& databaseSource();
-  DBManager& dbManager();
-  NotificationHub& notificationHub();
 
  private:
   struct Components;
+  // The library's own tests reach the internal components through it.
+  friend Components& internals(Runtime& runtime);
+
   Platform platform_;
   const Config config_;
   std::unique_ptr<Components> components_;

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -13,13 +12,17 @@
 
 namespace orvanta {
 
-class Runtime;
-class KeychainItemWrapper;
-
+// One per Runtime, which builds it; any thread.
 class OrvantaSharedManager {
  public:
-  explicit OrvantaSharedManager(Runtime& runtime);
+  // The library's side: the components it works through.
+  struct Impl;
+  explicit OrvantaSharedManager(std::unique_ptr<Impl> impl);
   ~OrvantaSharedManager();
+  OrvantaSharedManager(const OrvantaSharedManager&) = delete;
+  OrvantaSharedManager& operator=(const OrvantaSharedManager&) = delete;
+
+  // The shared runtime's instance (see Runtime::shared).
   static OrvantaSharedManager& sharedInstance();
 
   // The start-up sequence; call once at launch, before anything else.
@@ -54,17 +57,10 @@ class OrvantaSharedManager {
   // Foreground presentation of a notification: always the alert option only.
   void userNotificationCenter(const Map& notification, const std::function<void(int options)>& completionHandler);
 
-  // The secure-store item opened by getPushID (null before). Shared, so that
-  // it stays valid for its holder when a later start-up opens a new one; not
-  // thread-safe itself.
-  std::shared_ptr<KeychainItemWrapper> keychainItemWrapperObj() const;
-
  private:
   void saveStartUpSettings(const std::string& applicationId);
 
-  Runtime& runtime_;
-  mutable std::mutex keychainMutex_;
-  std::shared_ptr<KeychainItemWrapper> keychainItemWrapperObj_;
+  const std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace orvanta

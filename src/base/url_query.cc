@@ -1,4 +1,4 @@
-#include "base/url_query.h"
+#include "orvanta/url_query.h"
 
 #include <algorithm>
 #include <optional>

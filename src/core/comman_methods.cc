@@ -2,10 +2,10 @@
 
 #include <cstdio>
 
-#include "core/data_model.h"
-#include "orvanta/app_tracking.h"
+#include <utility>
+
 #include "base/logger.h"
-#include "orvanta/runtime.h"
+#include "core/data_model.h"
 
 namespace orvanta {
 namespace {
@@ -49,18 +49,24 @@ std::string stripTokenText(std::string_view text) {
 
 }  // namespace
 
-OrvantaCommanMethods::OrvantaCommanMethods(Runtime& runtime) : runtime_(runtime) {}
+OrvantaCommanMethods::OrvantaCommanMethods(SettingsStore& standardSettings, SettingsStore& appGroupSettings,
+                                           OrvantaDataModel& model, const Logger& logger,
+                                           TrackingEventSend sendTrackingEvent)
+    : standardSettings_(standardSettings),
+      appGroupSettings_(appGroupSettings),
+      model_(model),
+      logger_(logger),
+      sendTrackingEvent_(std::move(sendTrackingEvent)) {}
 
 void OrvantaCommanMethods::saveToDefaults(Value value, std::string_view key) {
-  auto& store = *runtime_.platform().standardSettings;
-  store.set(key, std::move(value));
-  store.synchronize();
+  standardSettings_.set(key, std::move(value));
+  standardSettings_.synchronize();
 }
 
 Value OrvantaCommanMethods::getFromDefaults(std::string_view key) const {
-  if (auto stored = runtime_.platform().standardSettings->get(key); stored && !stored->isNull()) return *stored;
+  if (auto stored = standardSettings_.get(key); stored && !stored->isNull()) return *stored;
   // The fallback reads the app-group entry named "key" whatever key was asked.
-  const auto fallback = runtime_.platform().appGroupSettings->get(settings_key::kAppGroupFallback);
+  const auto fallback = appGroupSettings_.get(settings_key::kAppGroupFallback);
   return Value(removeBlankSpaceValue(fallback ? &*fallback : nullptr));
 }
 
@@ -85,11 +91,10 @@ std::string OrvantaCommanMethods::removeBlankSpaceValue(const Value* value) {
 }
 
 std::string OrvantaCommanMethods::getDeviceToken() {
-  auto& model = runtime_.dataModel();
-  auto token = model.deviceToken();
+  auto token = model_.deviceToken();
   if (!token) {
     token = getFromDefaults(settings_key::kToken);
-    model.setDeviceToken(token);
+    model_.setDeviceToken(token);
   }
   if (const auto* bytes = token->asBytes()) return hexOf(*bytes);
   if (const auto* text = token->asString()) return stripTokenText(*text);
@@ -97,15 +102,14 @@ std::string OrvantaCommanMethods::getDeviceToken() {
 }
 
 void OrvantaCommanMethods::launchEvent() {
-  auto& store = *runtime_.platform().standardSettings;
-  const auto hasRun = store.get(settings_key::kHasRunAppOnce);
+  const auto hasRun = standardSettings_.get(settings_key::kHasRunAppOnce);
   const bool firstLaunch = !(hasRun && hasRun->truthy());
-  if (firstLaunch) store.set(settings_key::kHasRunAppOnce, true);
-  runtime_.appTracking().sendAppTrackingEvent(firstLaunch ? 20 : 21, nullptr);
+  if (firstLaunch) standardSettings_.set(settings_key::kHasRunAppOnce, true);
+  sendTrackingEvent_(firstLaunch ? 20 : 21);
 }
 
 void OrvantaCommanMethods::log(std::string_view message) const {
-  Logger(runtime_.config().logPrefix).log(message);
+  logger_.log(message);
 }
 
 }  // namespace orvanta

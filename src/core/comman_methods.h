@@ -1,14 +1,18 @@
 // Stored-settings access and small client-wide operations.
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
+#include "orvanta/platform/settings_store.h"
 #include "orvanta/value.h"
 
 namespace orvanta {
 
-class Runtime;
+class Logger;
+class OrvantaDataModel;
 
 // Every key the client keeps in the settings stores.
 namespace settings_key {
@@ -29,10 +33,15 @@ inline constexpr const char* kPopupRules = "popupRules";
 inline constexpr const char* kTRID = "OrvantaTRID";
 }  // namespace settings_key
 
-// One per Runtime; stateless apart from the runtime it serves.
+// One per Runtime; no state of its own. Any thread. Every collaborator must
+// outlive it.
 class OrvantaCommanMethods {
  public:
-  explicit OrvantaCommanMethods(Runtime& runtime);
+  // Sends a tracking event with no payload; the launch event goes through it.
+  using TrackingEventSend = std::function<void(std::int64_t eventId)>;
+
+  OrvantaCommanMethods(SettingsStore& standardSettings, SettingsStore& appGroupSettings, OrvantaDataModel& model,
+                       const Logger& logger, TrackingEventSend sendTrackingEvent);
 
   // Writes value under key in the standard store and persists it at once.
   void saveToDefaults(Value value, std::string_view key);
@@ -54,7 +63,11 @@ class OrvantaCommanMethods {
   void log(std::string_view message) const;
 
  private:
-  Runtime& runtime_;
+  SettingsStore& standardSettings_;
+  SettingsStore& appGroupSettings_;
+  OrvantaDataModel& model_;
+  const Logger& logger_;
+  const TrackingEventSend sendTrackingEvent_;
 };
 
 }  // namespace orvanta

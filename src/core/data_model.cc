@@ -1,10 +1,6 @@
 #include "core/data_model.h"
 
-#include "orvanta/runtime.h"
-
 namespace orvanta {
-
-OrvantaDataModel& OrvantaDataModel::sharedInstance() { return Runtime::shared().dataModel(); }
 
 std::string OrvantaDataModel::strPushId() const { return read(strPushId_); }
 void OrvantaDataModel::setStrPushId(std::string v) { write(strPushId_, std::move(v)); }

@@ -3,13 +3,13 @@
 // posted as "data=" followed by compact JSON.
 #include <charconv>
 
+#include "core/client_identity.h"
 #include "core/comman_methods.h"
 #include "core/data_model.h"
+#include "core/sessions.h"
 #include "device/date_formator.h"
 #include "net/web_service_handler.h"
 #include "orvanta/json.h"
-#include "orvanta/runtime.h"
-#include "orvanta/shared_manager.h"
 #include "orvanta/version.h"
 #include "storage/db_manager.h"
 
@@ -31,23 +31,21 @@ std::int64_t timestampNumber(const std::string& stamp) {
 }  // namespace
 
 void OrvantaWebServiceHandler::callPostService(const std::string& method, const Map& info, StatusBlock block) {
-  auto& settings = runtime_.commanMethods();
-  auto& dates = runtime_.dateFormator();
   Map object;
   object.reserve(kTypicalFieldCount + info.size());
-  object.set("identity", runtime_.sharedManager().getIdentity());
-  object.set("osversion", settings.getFromDefaults(settings_key::kOSVersion));
+  object.set("identity", identity_.getIdentity());
+  object.set("osversion", settings_.getFromDefaults(settings_key::kOSVersion));
   object.set("sdkversion", kSDKVersion);
-  object.set("appversion", settings.getFromDefaults(settings_key::kAppVersion));
-  object.set("pushid", settings.getFromDefaults(settings_key::kPushId));
-  object.set("appid", settings.getFromDefaults(settings_key::kAppId));
+  object.set("appversion", settings_.getFromDefaults(settings_key::kAppVersion));
+  object.set("pushid", settings_.getFromDefaults(settings_key::kPushId));
+  object.set("appid", settings_.getFromDefaults(settings_key::kAppId));
   object.set("ostype", kOSType);
-  object.set("cts", timestampNumber(dates.getUserLocalTimeStamp()));
+  object.set("cts", timestampNumber(dates_.getUserLocalTimeStamp()));
   // No position source is part of the library yet: no location is known.
   object.set("lat", Null{});
   object.set("lng", Null{});
-  object.set("sessionid", settings.getFromDefaults(settings_key::kSessionId));
-  object.set("tx", timestampNumber(dates.getUserLocalTimeStamp()));
+  object.set("sessionid", settings_.getFromDefaults(settings_key::kSessionId));
+  object.set("tx", timestampNumber(dates_.getUserLocalTimeStamp()));
   object.set("make", kMake);
   object.set("model", deviceModel_);
   for (const auto& [key, value] : info) object.set(key, value);
@@ -56,19 +54,17 @@ void OrvantaWebServiceHandler::callPostService(const std::string& method, const 
 
 void OrvantaWebServiceHandler::postPreparedDictionaryToServer(Map trackingObject, const std::string& method,
                                                               StatusBlock block) {
-  auto& model = runtime_.dataModel();
-  auto& manager = runtime_.sharedManager();
   // The stored id wins over a renewed one kept only in memory, except for the
   // message right after the renewal; that is the session rule as it stands.
-  model.setStrSessionid(runtime_.commanMethods().getTextFromDefaults(settings_key::kSessionId));
-  manager.checkSessionId();
-  trackingObject.set("sessionid", model.strSessionid());
-  manager.addDeepLinkParametersInDict(trackingObject);
-  trackingObject.set("adid", runtime_.platform().appHost->advertisingIdentifier());
+  model_.setStrSessionid(settings_.getTextFromDefaults(settings_key::kSessionId));
+  sessions_.checkSessionId();
+  trackingObject.set("sessionid", model_.strSessionid());
+  sessions_.addDeepLinkParametersInDict(trackingObject);
+  trackingObject.set("adid", appHost_.advertisingIdentifier());
 
   std::string params = "data=" + dumpJson(trackingObject);
   // Journaled before it leaves, so a process killed mid-flight still has it.
-  auto& queue = runtime_.dbManager();
+  auto& queue = offlineQueue_;
   const auto ticket = queue.recordInFlight(method, params);
   postRequestDataToTheServer(method, params,
                              [&queue, ticket, method, params, block = std::move(block)](int status) {
@@ -78,11 +74,10 @@ void OrvantaWebServiceHandler::postPreparedDictionaryToServer(Map trackingObject
 }
 
 void OrvantaWebServiceHandler::callProfilePushService(const Value& payload, StatusBlock block) {
-  auto& settings = runtime_.commanMethods();
   Map object;
-  object.set("identity", runtime_.sharedManager().getIdentity());
-  object.set("pushid", settings.getFromDefaults(settings_key::kPushId));
-  object.set("appid", settings.getFromDefaults(settings_key::kAppId));
+  object.set("identity", identity_.getIdentity());
+  object.set("pushid", settings_.getFromDefaults(settings_key::kPushId));
+  object.set("appid", settings_.getFromDefaults(settings_key::kAppId));
   object.set("make", kMake);
   object.set("model", deviceModel_);
   const Map* attributes = payload.asMap();

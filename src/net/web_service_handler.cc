@@ -6,7 +6,6 @@
 #include "device/device_type.h"
 #include "net/json_builder.h"
 #include "net/url_encoding.h"
-#include "orvanta/runtime.h"
 
 namespace orvanta {
 namespace {
@@ -21,10 +20,21 @@ std::string lowercase(std::string text) {
 
 }  // namespace
 
-OrvantaWebServiceHandler::OrvantaWebServiceHandler(Runtime& runtime)
-    : runtime_(runtime), deviceModel_(lowercase(getDeviceType(*runtime.platform().appHost))) {}
-
-OrvantaWebServiceHandler& OrvantaWebServiceHandler::sharedInstance() { return Runtime::shared().webServiceHandler(); }
+OrvantaWebServiceHandler::OrvantaWebServiceHandler(HttpClient& http, std::string trackingBaseUrl,
+                                                   const AppHost& appHost, OrvantaDataModel& model,
+                                                   OrvantaCommanMethods& settings, DateFormator& dates,
+                                                   Sessions& sessions, ClientIdentity& identity,
+                                                   DBManager& offlineQueue)
+    : http_(http),
+      trackingBaseUrl_(std::move(trackingBaseUrl)),
+      appHost_(appHost),
+      model_(model),
+      settings_(settings),
+      dates_(dates),
+      sessions_(sessions),
+      identity_(identity),
+      offlineQueue_(offlineQueue),
+      deviceModel_(lowercase(getDeviceType(appHost))) {}
 
 void OrvantaWebServiceHandler::callGetService(const std::string& url, GetBlock block) {
   HttpRequest request;
@@ -45,17 +55,22 @@ void OrvantaWebServiceHandler::callGetService(const std::string& url, GetBlock b
 
 void OrvantaWebServiceHandler::postRequestDataToTheServer(const std::string& method, const std::string& params,
                                                           StatusBlock block) {
+  // No server configured: nothing leaves the device, and the message stays
+  // queued for a launch that names one.
+  if (trackingBaseUrl_.empty()) {
+    if (block) block(0);
+    return;
+  }
   HttpRequest request;
   request.method = "POST";
-  request.url = percentEncodeURLFragment(runtime_.config().trackingBaseUrl + method);
+  request.url = percentEncodeURLFragment(trackingBaseUrl_ + method);
   request.timeoutSeconds = kRequestTimeoutSeconds;
   request.headers.emplace_back("Content-Length", std::to_string(params.size()));
 
   // The settings lookup never answers null, so the stored user agent (or ""
   // when none was ever stored) is what goes out; no user agent is built here.
-  auto& model = runtime_.dataModel();
-  std::string userAgent = runtime_.commanMethods().getTextFromDefaults(settings_key::kUserAgent);
-  model.setStrUserAgent(userAgent);
+  std::string userAgent = settings_.getTextFromDefaults(settings_key::kUserAgent);
+  model_.setStrUserAgent(userAgent);
   request.headers.emplace_back("User-Agent", std::move(userAgent));
   request.body = params;
 
@@ -65,7 +80,7 @@ void OrvantaWebServiceHandler::postRequestDataToTheServer(const std::string& met
 }
 
 void OrvantaWebServiceHandler::excecuteSessionRequest(HttpRequest request, ResultBlock block) {
-  runtime_.platform().http->send(std::move(request), [block = std::move(block)](HttpResponse response) {
+  http_.send(std::move(request), [block = std::move(block)](HttpResponse response) {
     block(response.status, std::move(response.body));
   });
 }

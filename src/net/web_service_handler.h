@@ -7,20 +7,31 @@
 #include <optional>
 #include <string>
 
-#include "orvanta/status_block.h"
+#include "orvanta/platform/app_host.h"
 #include "orvanta/platform/http_client.h"
+#include "orvanta/status_block.h"
 #include "orvanta/value.h"
 
 namespace orvanta {
 
-class Runtime;
+class ClientIdentity;
+class DateFormator;
+class DBManager;
+class OrvantaCommanMethods;
+class OrvantaDataModel;
+class Sessions;
 
 class OrvantaWebServiceHandler {
  public:
   using GetBlock = std::function<void(int status, std::optional<Value> result)>;
   using ResultBlock = std::function<void(int status, std::optional<std::string> body)>;
 
-  explicit OrvantaWebServiceHandler(Runtime& runtime);
+  // Every collaborator must outlive it. trackingBaseUrl: the method name is
+  // appended to it. offlineQueue journals each message before it leaves and
+  // queues it when the answer is not 200.
+  OrvantaWebServiceHandler(HttpClient& http, std::string trackingBaseUrl, const AppHost& appHost,
+                           OrvantaDataModel& model, OrvantaCommanMethods& settings, DateFormator& dates,
+                           Sessions& sessions, ClientIdentity& identity, DBManager& offlineQueue);
   static OrvantaWebServiceHandler& sharedInstance();
 
   // GET url; the block gets (200, parsed JSON) or (500, null) for anything
@@ -29,7 +40,8 @@ class OrvantaWebServiceHandler {
   void callGetService(const std::string& url, GetBlock block);
   // POSTs params (sent as they are) to the tracking base URL + method; the
   // block gets the HTTP status, 0 when no answer came. Called once, on a
-  // network thread.
+  // network thread; without a tracking base URL nothing is sent and it gets 0
+  // at once, on this thread.
   void postRequestDataToTheServer(const std::string& method, const std::string& params, StatusBlock block);
   // Runs one prepared request; the block gets the status and the body.
   void excecuteSessionRequest(HttpRequest request, ResultBlock block);
@@ -44,7 +56,15 @@ class OrvantaWebServiceHandler {
   void callProfilePushService(const Value& payload, StatusBlock block);
 
  private:
-  Runtime& runtime_;
+  HttpClient& http_;
+  const std::string trackingBaseUrl_;
+  const AppHost& appHost_;
+  OrvantaDataModel& model_;
+  OrvantaCommanMethods& settings_;
+  DateFormator& dates_;
+  Sessions& sessions_;
+  ClientIdentity& identity_;
+  DBManager& offlineQueue_;
   // The lower-case model name, read once: the hardware does not change.
   const std::string deviceModel_;
 };

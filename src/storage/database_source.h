@@ -16,7 +16,9 @@
 
 namespace orvanta {
 
-class Runtime;
+class DateFormator;
+class FileUtilities;
+class Logger;
 
 // One per Runtime. The file is "OrvantaOfflineStore.sqlite" in the folder
 // "OrvantaDatabase" of the documents folder.
@@ -43,7 +45,7 @@ class Runtime;
 // the log over.
 class DatabaseSource {
  public:
-  explicit DatabaseSource(Runtime& runtime);
+  DatabaseSource(FileUtilities& files, DateFormator& dates, const Logger& logger);
   ~DatabaseSource();
   DatabaseSource(const DatabaseSource&) = delete;
   DatabaseSource& operator=(const DatabaseSource&) = delete;
@@ -121,7 +123,9 @@ class DatabaseSource {
   Array receivedNotifications();
   void notificationOpened(const Map& notification, const std::string& status);
 
-  Runtime& runtime_;
+  FileUtilities& files_;
+  DateFormator& dates_;
+  const Logger& logger_;
   mutable std::mutex mutex_;
   // Declared before connection_, which must go first.
   std::unique_ptr<WalCheckpointer> checkpointer_;

@@ -3,16 +3,20 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "base/notification_hub.h"
+#include "orvanta/platform/main_queue.h"
+#include "orvanta/platform/reachability_source.h"
+#include "orvanta/status_block.h"
 
 namespace orvanta {
 
+class DatabaseSource;
 class Reachability;
-class Runtime;
 
 // One per Runtime.
 //
@@ -31,7 +35,11 @@ class DBManager {
   // Creates the database, moves journal rows left by an earlier process
   // into the queue, starts the reachability notifier, observes its
   // notification and schedules the first run 2 seconds later.
-  explicit DBManager(Runtime& runtime);
+  // Sends one stored message as it is; answered gets the HTTP status.
+  using ReplaySend = std::function<void(const std::string& method, const std::string& params, StatusBlock answered)>;
+
+  DBManager(DatabaseSource& database, MainQueue& mainQueue, NotificationHub& hub,
+            std::shared_ptr<ReachabilitySource> reachability, ReplaySend send);
   // Stops observing and the notifier. The runtime stops the main queue
   // before, so no scheduled run outlives this object.
   ~DBManager();
@@ -73,10 +81,10 @@ class DBManager {
   void scheduleSync(double delaySeconds);
   void replayAnswered(std::int32_t eventID, int status);
 
-  Runtime& runtime_;
-  // Kept from construction: the runtime's accessors are gone while its
-  // components are destroyed, and the hub outlives this object.
+  DatabaseSource& database_;
+  MainQueue& mainQueue_;
   NotificationHub& hub_;
+  const ReplaySend send_;
   std::unique_ptr<Reachability> internetReachability_;
   NotificationHub::Token observer_ = 0;
   bool isSyncing_ = false;  // main queue only

@@ -11,7 +11,7 @@ namespace {
 
 TEST(SettingsLookupTest, MissingKeysReadAsEmptyOrTheAppGroupFallbackUnderTheLiteralKey) {
   TestRuntime app;
-  auto& methods = app.runtime().commanMethods();
+  auto& methods = app.commanMethods();
   EXPECT_EQ(methods.getFromDefaults("never-written"), Value(""));
   app.platform().appGroupSettings->set("never-written", "not this one");
   EXPECT_EQ(methods.getFromDefaults("never-written"), Value(""));
@@ -27,7 +27,7 @@ TEST(LogTest, LinesCarryThePrefixWordAndASinkThatLogsItselfDoesNotWaitForItself)
   {
     LogLines log;
     TestRuntime app;
-    app.runtime().commanMethods().log("hello");
+    app.commanMethods().log("hello");
     EXPECT_EQ(log.lines(), std::vector<std::string>{"Orvanta hello"});
   }
   std::vector<std::string> lines;

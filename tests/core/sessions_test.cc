@@ -2,7 +2,7 @@
 
 #include "core/data_model.h"
 #include "device/session_time.h"
-#include "base/url_query.h"
+#include "orvanta/url_query.h"
 #include "orvanta/app_tracking.h"
 #include "orvanta/shared_manager.h"
 #include "support/test_runtime.h"
@@ -17,7 +17,7 @@ class SessionTest : public ::testing::Test {
  protected:
   void SetUp() override { manager().setUpApplicationId("app"); }
   OrvantaSharedManager& manager() { return app.runtime().sharedManager(); }
-  OrvantaDataModel& model() { return app.runtime().dataModel(); }
+  OrvantaDataModel& model() { return app.dataModel(); }
   void advance(std::int64_t seconds) { app.platform().clock->advance(seconds); }
   Map track(std::int64_t eventId) {
     app.runtime().appTracking().sendAppTrackingEvent(eventId, nullptr);
@@ -94,7 +94,7 @@ TEST(SessionRestoreTest, AttributionIsRestoredAtStartUpWithinTheSessionTimeout) 
     launch.platform().clock->advance(minutes * 60);
     launch.relaunch();
     launch.runtime().sharedManager().setUpApplicationId("app");
-    EXPECT_EQ(launch.runtime().dataModel().deeplinkQueryParam().has_value(), minutes <= 60)
+    EXPECT_EQ(launch.dataModel().deeplinkQueryParam().has_value(), minutes <= 60)
         << minutes;
   }
 }

@@ -12,7 +12,7 @@ namespace {
 class StartUpTest : public ::testing::Test {
  protected:
   OrvantaSharedManager& manager() { return app.runtime().sharedManager(); }
-  OrvantaDataModel& model() { return app.runtime().dataModel(); }
+  OrvantaDataModel& model() { return app.dataModel(); }
   std::optional<Value> stored(const char* key) { return app.platform().standardSettings->get(key); }
 
   TestRuntime app;

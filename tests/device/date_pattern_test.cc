@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/testing/virtual_clock.h"
+#include "orvanta/testing/virtual_clock.h"
 #include "support/civil_time.h"
 
 namespace orvanta {

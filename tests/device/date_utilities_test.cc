@@ -8,7 +8,7 @@
 #include <tuple>
 
 #include "platform/linux/linux_clock.h"
-#include "platform/testing/virtual_clock.h"
+#include "orvanta/testing/virtual_clock.h"
 #include "support/civil_time.h"
 #include "support/scoped_environment.h"
 

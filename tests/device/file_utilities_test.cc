@@ -6,7 +6,7 @@
 #include <fstream>
 #include <string>
 
-#include "platform/testing/temporary_paths.h"
+#include "orvanta/testing/temporary_paths.h"
 
 namespace orvanta {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/testing/in_memory_secure_store.h"
+#include "orvanta/testing/in_memory_secure_store.h"
 #include "support/log_lines.h"
 
 namespace orvanta {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/notification_hub.h"
-#include "platform/testing/fake_reachability.h"
+#include "orvanta/testing/fake_reachability.h"
 
 namespace orvanta {
 namespace {

@@ -25,7 +25,7 @@
 #include <vector>
 
 #include "orvanta/json.h"
-#include "platform/testing/temporary_paths.h"
+#include "orvanta/testing/temporary_paths.h"
 
 namespace orvanta::clitest {
 

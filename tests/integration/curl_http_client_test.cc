@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "orvanta/config.h"
-#include "platform/testing/temporary_paths.h"
+#include "orvanta/testing/temporary_paths.h"
 #include "support/log_lines.h"
 #include "support/loopback_server.h"
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "devserver/dev_server.h"
-#include "platform/testing/temporary_paths.h"
+#include "orvanta/testing/temporary_paths.h"
 
 namespace orvanta::devserver {
 namespace {

@@ -19,7 +19,7 @@
 
 #include "orvanta/json.h"
 #include "platform/linux/file_settings_store.h"
-#include "platform/testing/temporary_paths.h"
+#include "orvanta/testing/temporary_paths.h"
 
 namespace orvanta {
 namespace {

@@ -11,11 +11,12 @@
 
 #include "core/data_model.h"
 #include "net/web_service_handler.h"
+#include "runtime/components.h"
 #include "orvanta/app_tracking.h"
 #include "orvanta/json.h"
 #include "orvanta/runtime.h"
 #include "orvanta/shared_manager.h"
-#include "platform/testing/temporary_paths.h"
+#include "orvanta/testing/temporary_paths.h"
 #include "storage/database_source.h"
 #include "support/loopback_server.h"
 
@@ -57,7 +58,7 @@ TEST_F(TrackingWireTest, APostCarriesOnlyItsOwnHeadersAndTheExactBody) {
   ASSERT_EQ(track(101), 200);
   server.setResponder([](const CapturedRequest&) { return ScriptedAnswer{404}; });
   std::promise<int> status;
-  runtime->webServiceHandler().postRequestDataToTheServer("odd method", "data={\"\u00e9\":1}",
+  internals(*runtime).webServiceHandler.postRequestDataToTheServer("odd method", "data={\"\u00e9\":1}",
                                                           [&](int s) { status.set_value(s); });
   EXPECT_EQ(status.get_future().get(), 404) << "statuses pass through";
 
@@ -84,7 +85,7 @@ TEST_F(TrackingWireTest, AFailedMessageIsQueuedWithExactlyTheBytesThatWereSent) 
   start();
   server.setResponder([](const CapturedRequest&) { return ScriptedAnswer{500}; });
   ASSERT_EQ(track(77), 500);
-  const auto queued = runtime->databaseSource().getEvent();
+  const auto queued = internals(*runtime).databaseSource.getEvent();
   ASSERT_TRUE(queued);
   EXPECT_EQ(queued->strEventName, "app_activity");
   EXPECT_EQ(queued->strEventData, server.requests().front().body);
@@ -93,7 +94,7 @@ TEST_F(TrackingWireTest, AFailedMessageIsQueuedWithExactlyTheBytesThatWereSent) 
 TEST_F(TrackingWireTest, ARefusedConnectionIsStatusZeroAndTheMessageWaitsInTheQueue) {
   start("http://127.0.0.1:1/track/");
   EXPECT_EQ(track(5), 0);
-  EXPECT_TRUE(runtime->databaseSource().getEvent());
+  EXPECT_TRUE(internals(*runtime).databaseSource.getEvent());
 }
 
 TEST_F(TrackingWireTest, ABurstOfMessagesSharesOneConnection) {
@@ -118,7 +119,7 @@ TEST_F(TrackingWireTest, StartUpKeepsTheDeviceIdentifierUntilTheAppIsInstalledAg
   auto launch = [&](std::int64_t expectedEvent) {
     start();
     runtime->sharedManager().setUpApplicationId("wire-app");
-    const std::string id = runtime->dataModel().strPushId();
+    const std::string id = internals(*runtime).dataModel.strPushId();
     auto arrived = [&] {
       return std::ranges::any_of(server.requests(), [&](const CapturedRequest& request) {
         return fieldOf(request.body, "eventid") == Value(expectedEvent) &&

@@ -14,7 +14,7 @@ class EnvelopeTest : public ::testing::Test {
  protected:
   void SetUp() override { app.runtime().sharedManager().setUpApplicationId("app-7"); }
   OrvantaAppTracking& tracking() { return app.runtime().appTracking(); }
-  OrvantaWebServiceHandler& handler() { return app.runtime().webServiceHandler(); }
+  OrvantaWebServiceHandler& handler() { return app.webServiceHandler(); }
 
   TestRuntime app;
 };
@@ -45,7 +45,7 @@ TEST_F(EnvelopeTest, TheWireFormIsDataEqualsCompactJsonOfTheCommonFieldsInOrder)
       R"("model":"iphone x","payload":[{"s^url":"https://x.io/a?b=1&c=%20",)"
       R"("s^name":"café \"A\""}],"eventid":101,"atcs":"mail","updated_date":"231114221320",)"
       R"("adid":"00000000-0000-0000-0000-000000000000"})";
-  expected.replace(expected.find("PUSHID"), 6, app.runtime().dataModel().strPushId());
+  expected.replace(expected.find("PUSHID"), 6, app.dataModel().strPushId());
   EXPECT_EQ(request.body, expected);
 }
 

@@ -13,8 +13,8 @@
 #include "orvanta/json.h"
 #include "platform/linux/file_secure_store.h"
 #include "platform/linux/file_settings_store.h"
-#include "platform/testing/in_memory_secure_store.h"
-#include "platform/testing/temporary_paths.h"
+#include "orvanta/testing/in_memory_secure_store.h"
+#include "orvanta/testing/temporary_paths.h"
 #include "support/log_lines.h"
 #include "support/value_printer.h"
 

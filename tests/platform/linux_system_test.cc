@@ -12,7 +12,7 @@
 
 #include "platform/linux/linux_app_host.h"
 #include "platform/linux/linux_clock.h"
-#include "platform/testing/temporary_paths.h"
+#include "orvanta/testing/temporary_paths.h"
 #include "support/civil_time.h"
 #include "support/scoped_environment.h"
 

@@ -11,7 +11,7 @@
 #include <mutex>
 #include <utility>
 
-#include "platform/testing/temporary_paths.h"
+#include "orvanta/testing/temporary_paths.h"
 #include "storage/wal_checkpointer.h"
 #include "support/database_probe.h"
 #include "support/test_runtime.h"
@@ -56,7 +56,7 @@ class StatementTrace {
 
 class DatabaseSourceTest : public ::testing::Test {
  protected:
-  DatabaseSource& database() { return runtime_.runtime().databaseSource(); }
+  DatabaseSource& database() { return runtime_.databaseSource(); }
   std::string path() {
     return testing::databasePathIn(runtime_.platform().paths->documentsDirectory());
   }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "orvanta/json.h"
+#include "runtime/components.h"
 
 namespace orvanta::testing {
 
@@ -11,6 +12,12 @@ TestRuntime::TestRuntime(std::shared_ptr<TestPlatform> platform, Config config)
       runtime_(std::make_unique<Runtime>(platform_->platform(), config_)) {}
 
 TestRuntime::~TestRuntime() = default;
+
+OrvantaDataModel& TestRuntime::dataModel() { return internals(*runtime_).dataModel; }
+OrvantaCommanMethods& TestRuntime::commanMethods() { return internals(*runtime_).commanMethods; }
+OrvantaWebServiceHandler& TestRuntime::webServiceHandler() { return internals(*runtime_).webServiceHandler; }
+DatabaseSource& TestRuntime::databaseSource() { return internals(*runtime_).databaseSource; }
+DBManager& TestRuntime::dbManager() { return internals(*runtime_).dbManager; }
 
 void TestRuntime::relaunch() {
   runtime_.reset();

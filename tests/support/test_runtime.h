@@ -8,8 +8,16 @@
 #include "orvanta/config.h"
 #include "orvanta/runtime.h"
 #include "orvanta/value.h"
-#include "platform/testing/test_platform.h"
+#include "orvanta/testing/test_platform.h"
 #include "support/value_printer.h"
+
+namespace orvanta {
+class DatabaseSource;
+class DBManager;
+class OrvantaCommanMethods;
+class OrvantaDataModel;
+class OrvantaWebServiceHandler;
+}  // namespace orvanta
 
 namespace orvanta::testing {
 
@@ -37,6 +45,12 @@ class TestRuntime {
 
   TestPlatform& platform() { return *platform_; }
   Runtime& runtime() { return *runtime_; }
+  // The runtime's internal components, for tests that look behind the facade.
+  OrvantaDataModel& dataModel();
+  OrvantaCommanMethods& commanMethods();
+  OrvantaWebServiceHandler& webServiceHandler();
+  DatabaseSource& databaseSource();
+  DBManager& dbManager();
   // Ends this runtime and starts another on the same stores and folder: the
   // next launch of the same installation.
   void relaunch();

@@ -15,7 +15,11 @@ struct GlobalOptions {
   // The application id given to start-up.
   std::string appId = "orvanta-cli";
   // Tracking and rules base URLs, bundle identifier and short version.
-  Config config;
+  Config config = [] {
+    Config defaults;
+    defaults.bundleIdentifier = "io.orvanta.cli";
+    return defaults;
+  }();
   // How long to wait, after the command, for the offline queue to empty.
   double waitSeconds = 10;
   // Leave out the line per HTTP exchange.

@@ -4,14 +4,11 @@
 
 #include "orvanta/platform/platform.h"
 #include "orvanta/shared_manager.h"
-#include "storage/database_source.h"
 
 namespace orvanta::cli {
 namespace {
 
 constexpr auto kPollInterval = std::chrono::milliseconds(100);
-// Time for the main queue to answer once the wait is over.
-constexpr auto kLastLook = std::chrono::seconds(2);
 
 std::string statusText(int status) {
   if (status == 200) return "200";
@@ -21,16 +18,21 @@ std::string statusText(int status) {
 }  // namespace
 
 Host::Host(const GlobalOptions& options, std::shared_ptr<Output> output)
-    : output_(std::move(output)), applicationId_(options.appId) {
-  Platform platform = makeLinuxPlatform(options.config, options.home);
-  http_ = std::make_shared<TracingHttpClient>(platform.http, output_);
-  platform.http = http_;
-  runtime_ = std::make_unique<Runtime>(std::move(platform), options.config);
+    : output_(std::move(output)),
+      applicationId_(options.appId),
+      config_(options.config),
+      platform_(makeLinuxPlatform(config_, options.home)),
+      http_(std::make_shared<TracingHttpClient>(platform_.http, output_)),
+      inspection_(platform_, config_) {
+  platform_.http = http_;
 }
 
 Host::~Host() { runtime_.reset(); }
 
-void Host::launch() { runtime_->sharedManager().handleApplicationLaunchEvent(std::nullopt, applicationId_); }
+void Host::launch() {
+  runtime_ = std::make_unique<Runtime>(platform_, config_);
+  runtime_->sharedManager().handleApplicationLaunchEvent(std::nullopt, applicationId_);
+}
 
 StatusBlock Host::expectStatus(std::string label) {
   {
@@ -50,24 +52,22 @@ bool Host::waitForCompletions(Deadline deadline) {
   return completed_.wait_until(lock, deadline, [this] { return pending_ == 0; });
 }
 
-bool Host::settled(Deadline deadline) {
+bool Host::settled() {
   // Requests first: a failed message enters the queue before its request
-  // stops counting, so seeing none in flight and then no head row means that
+  // stops counting, so seeing none in flight and then no row means that
   // nothing handed over earlier is anywhere but on the server.
   if (http_->inFlight() != 0) return false;
-  auto head = onMainQueue([this] { return runtime_->databaseSource().getEvent().has_value(); }, deadline);
-  return head == false;
+  const auto rows = inspection_.queuedMessages();
+  return rows && rows->empty();
 }
 
 QueueState Host::waitUntilSettled(Deadline deadline) {
-  while (!settled(deadline) && std::chrono::steady_clock::now() < deadline) {
+  while (!settled() && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_until(std::min(deadline, std::chrono::steady_clock::now() + kPollInterval));
   }
   QueueState state;
   state.inFlight = http_->inFlight();
-  const auto rows = onMainQueue([this] { return runtime_->databaseSource().getAllEvents(); },
-                                std::chrono::steady_clock::now() + kLastLook);
-  if (rows && *rows) state.queued = (*rows)->size();
+  if (const auto rows = inspection_.queuedMessages()) state.queued = rows->size();
   return state;
 }
 

@@ -3,17 +3,15 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <type_traits>
 
 #include "cli/command_line.h"
 #include "cli/output.h"
 #include "cli/tracing_http_client.h"
-#include "orvanta/installation.h"
+#include "orvanta/inspection.h"
 #include "orvanta/runtime.h"
 
 namespace orvanta::cli {
@@ -27,8 +25,9 @@ struct QueueState {
   bool settled() const { return queued == 0 && inFlight == 0; }
 };
 
-// One launch of the simulated app: a runtime of its own (not the shared one)
-// on the Linux platform rooted at the app's home folder, its HTTP traced.
+// One invocation of the simulated app on the Linux platform rooted at the
+// app's home folder, its HTTP traced. A launch runs a runtime of its own (not
+// the shared one); commands that only look use the read-only inspection.
 class Host {
  public:
   Host(const GlobalOptions& options, std::shared_ptr<Output> output);
@@ -38,10 +37,14 @@ class Host {
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
+  // The launched app's runtime; only after launch().
   Runtime& runtime() { return *runtime_; }
+  const Platform& platform() const { return platform_; }
+  const Inspection& inspection() const { return inspection_; }
   Output& output() { return *output_; }
 
-  // The app's start-up, as a host calls it at launch, with no launch options.
+  // Builds the runtime and runs the app's start-up, as a host calls it at
+  // launch, with no launch options.
   void launch();
 
   // The completion for one message the command sends: prints
@@ -55,35 +58,21 @@ class Host {
   // looking every 100 ms, or until the deadline; answers the state then.
   QueueState waitUntilSettled(Deadline deadline);
 
-  // Runs task on the runtime's main queue, where the replay runs, and answers
-  // its result; nullopt when it has not run by the deadline.
-  template <typename Task>
-  std::optional<std::invoke_result_t<Task&>> onMainQueue(Task task, Deadline deadline);
-
  private:
-  // Whether nothing is in flight and the queue has no head row.
-  bool settled(Deadline deadline);
+  // Whether nothing is in flight and the queue holds no row.
+  bool settled();
 
   const std::shared_ptr<Output> output_;
   const std::string applicationId_;
-  std::shared_ptr<TracingHttpClient> http_;
+  const Config config_;
+  Platform platform_;
+  const std::shared_ptr<TracingHttpClient> http_;
+  const Inspection inspection_;
   // Completions run on network threads, the last ones inside ~Runtime.
   std::mutex mutex_;
   std::condition_variable completed_;
   int pending_ = 0;  // guarded by mutex_
   std::unique_ptr<Runtime> runtime_;
 };
-
-template <typename Task>
-std::optional<std::invoke_result_t<Task&>> Host::onMainQueue(Task task, Deadline deadline) {
-  using Result = std::invoke_result_t<Task&>;
-  // Shared: the task may still run after this call has given up on it.
-  auto promise = std::make_shared<std::promise<Result>>();
-  std::future<Result> answer = promise->get_future();
-  runtime_->platform().mainQueue->post(
-      [promise, task = std::move(task)]() mutable { promise->set_value(task()); });
-  if (answer.wait_until(deadline) != std::future_status::ready) return std::nullopt;
-  return answer.get();
-}
 
 }  // namespace orvanta::cli

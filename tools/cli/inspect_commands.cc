@@ -1,50 +1,29 @@
 // queue, inbox and state: looking at what the app keeps, without launching it.
-#include <array>
+#include <string_view>
 
 #include "cli/command_handlers.h"
 #include "cli/host.h"
 #include "cli/usage_error.h"
-#include "core/comman_methods.h"
+#include "orvanta/inspection.h"
 #include "orvanta/json.h"
-#include "orvanta/runtime.h"
-#include "orvanta/shared_manager.h"
-#include "storage/database_source.h"
 
 namespace orvanta::cli {
 namespace {
 
-// Every stored setting the client keeps, in the order state prints them.
-constexpr std::array kSettingKeys{
-    settings_key::kPushId,      settings_key::kSessionId,  settings_key::kAppId,
-    settings_key::kAppVersion,  settings_key::kOSVersion,  settings_key::kIdentity,
-    settings_key::kToken,       settings_key::kOldToken,   settings_key::kFirstLaunch,
-    settings_key::kHasRunAppOnce, settings_key::kAttribution, settings_key::kUserAgent,
-    settings_key::kTRID,        settings_key::kAppGroupFallback, settings_key::kPopupRules,
-};
-
-// The suite's entries for the keys above, tagged so that bytes and dates
+// The suite's entries for every key the library keeps, tagged so that bytes and dates
 // show as what they are.
 Json storedSettings(const SettingsStore& store) {
   Json entries = Json::object();
-  for (const char* key : kSettingKeys) {
+  for (const std::string& key : Inspection::storedSettingKeys()) {
     if (std::optional<Value> value = store.get(key)) entries[key] = toTaggedJson(*value);
   }
   return entries;
 }
 
-// The database as the app's first launch leaves it. Opening a missing file
-// would create it without the queue table, which a later launch then never
-// adds; so it is created whole here.
-DatabaseSource& database(Host& host) {
-  DatabaseSource& database = host.runtime().databaseSource();
-  database.createDatabase();
-  return database;
-}
-
 // One line of JSON; text that is not UTF-8 shows as U+FFFD rather than failing.
 std::string line(const Json& value) { return value.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
-Json storedText(const SettingsStore& store, const char* key) {
+Json storedText(const SettingsStore& store, std::string_view key) {
   std::optional<Value> value = store.get(key);
   return value ? toJson(*value) : Json();
 }
@@ -53,10 +32,10 @@ Json storedText(const SettingsStore& store, const char* key) {
 
 Action parseQueue(Arguments&) {
   return [](Host& host) {
-    const std::optional<std::vector<OrvantaEventModel>> events = database(host).getAllEvents();
-    if (!events) throw CommandFailed("the offline queue cannot be read (see the library's log above)");
-    for (const OrvantaEventModel& event : *events) {
-      Json row{{"id", event.eventID}, {"method", event.strEventName}, {"data", event.strEventData}};
+    const auto messages = host.inspection().queuedMessages();
+    if (!messages) throw CommandFailed("the offline queue cannot be read (see the library's log above)");
+    for (const QueuedMessage& message : *messages) {
+      Json row{{"id", message.id}, {"method", message.method}, {"data", message.data}};
       host.output().line(line(row));
     }
   };
@@ -64,8 +43,7 @@ Action parseQueue(Arguments&) {
 
 Action parseInbox(Arguments&) {
   return [](Host& host) {
-    database(host);
-    for (const Value& record : host.runtime().sharedManager().getNotifications()) {
+    for (const Value& record : host.inspection().notifications()) {
       host.output().line(dumpJson(record));
     }
   };
@@ -73,9 +51,9 @@ Action parseInbox(Arguments&) {
 
 Action parseState(Arguments&) {
   return [](Host& host) {
-    const Platform& platform = host.runtime().platform();
-    Json state{{"deviceId", storedText(*platform.standardSettings, settings_key::kPushId)},
-               {"session", storedText(*platform.standardSettings, settings_key::kSessionId)},
+    const Platform& platform = host.platform();
+    Json state{{"deviceId", storedText(*platform.standardSettings, "pushid")},
+               {"session", storedText(*platform.standardSettings, "sessionid")},
                {"settings", storedSettings(*platform.standardSettings)},
                {"appGroupSettings", storedSettings(*platform.appGroupSettings)}};
     host.output().line(line(state));

@@ -6,7 +6,7 @@
 #include "cli/command_handlers.h"
 #include "cli/host.h"
 #include "cli/usage_error.h"
-#include "base/url_query.h"
+#include "orvanta/url_query.h"
 #include "orvanta/app_tracking.h"
 #include "orvanta/json.h"
 #include "orvanta/runtime.h"

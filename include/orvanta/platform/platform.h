@@ -39,7 +39,8 @@ struct Platform {
 // The real Linux platform rooted at appHome (created if missing): documents
 // and temporary folders, settings and secure store files live under it. An
 // empty appHome means $ORVANTA_HOME, else $XDG_DATA_HOME/orvanta/<bundle id>,
-// else ~/.local/share/orvanta/<bundle id>.
+// else ~/.local/share/orvanta/<bundle id>; without a bundle identifier the
+// program's name stands in for it.
 Platform makeLinuxPlatform(const Config& config, const std::string& appHome = {});
 
 }  // namespace orvanta

@@ -1,4 +1,5 @@
 // The real Linux platform: every adapter, rooted at one app home folder.
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 
@@ -20,12 +21,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Names the app's folder and settings file: the bundle identifier, else the
+// program's own name, so that two apps never share a home by default.
+std::string appName(const Config& config) {
+  return config.bundleIdentifier.empty() ? std::string(program_invocation_short_name) : config.bundleIdentifier;
+}
+
 std::string defaultAppHome(const Config& config) {
   if (const char* home = std::getenv("ORVANTA_HOME"); home && *home) return home;
   if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data)
-    return (fs::path(data) / "orvanta" / config.bundleIdentifier).string();
+    return (fs::path(data) / "orvanta" / appName(config)).string();
   const char* user = std::getenv("HOME");
-  return (fs::path(user && *user ? user : ".") / ".local/share/orvanta" / config.bundleIdentifier).string();
+  return (fs::path(user && *user ? user : ".") / ".local/share/orvanta" / appName(config)).string();
 }
 
 }  // namespace
@@ -40,7 +47,7 @@ Platform makeLinuxPlatform(const Config& config, const std::string& appHome) {
   platform.mainQueue = std::make_shared<ThreadMainQueue>();
   platform.http = makeCurlHttpClient(config);
   platform.standardSettings =
-      std::make_shared<FileSettingsStore>((home / "Preferences" / (config.bundleIdentifier + ".json")).string());
+      std::make_shared<FileSettingsStore>((home / "Preferences" / (appName(config) + ".json")).string());
   platform.appGroupSettings =
       std::make_shared<FileSettingsStore>((home / "Preferences" / (config.appGroup + ".json")).string());
   platform.secureStore = std::make_shared<FileSecureStore>((home / "Keychain").string());

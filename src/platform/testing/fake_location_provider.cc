@@ -1,4 +1,4 @@
-#include "platform/testing/fake_location_provider.h"
+#include "orvanta/testing/fake_location_provider.h"
 
 namespace orvanta::testing {
 

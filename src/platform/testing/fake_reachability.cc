@@ -1,4 +1,4 @@
-#include "platform/testing/fake_reachability.h"
+#include "orvanta/testing/fake_reachability.h"
 
 namespace orvanta::testing {
 

@@ -1,4 +1,4 @@
-#include "platform/testing/in_memory_settings_store.h"
+#include "orvanta/testing/in_memory_settings_store.h"
 
 namespace orvanta::testing {
 

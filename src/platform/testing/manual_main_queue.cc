@@ -1,4 +1,4 @@
-#include "platform/testing/manual_main_queue.h"
+#include "orvanta/testing/manual_main_queue.h"
 
 #include <algorithm>
 

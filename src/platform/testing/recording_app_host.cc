@@ -1,4 +1,4 @@
-#include "platform/testing/recording_app_host.h"
+#include "orvanta/testing/recording_app_host.h"
 
 namespace orvanta::testing {
 

@@ -1,4 +1,4 @@
-#include "platform/testing/recording_notification_center.h"
+#include "orvanta/testing/recording_notification_center.h"
 
 namespace orvanta::testing {
 

@@ -1,4 +1,4 @@
-#include "platform/testing/recording_views.h"
+#include "orvanta/testing/recording_views.h"
 
 namespace orvanta::testing {
 

@@ -1,4 +1,4 @@
-#include "platform/testing/scripted_http_client.h"
+#include "orvanta/testing/scripted_http_client.h"
 
 namespace orvanta::testing {
 

@@ -1,4 +1,4 @@
-#include "platform/testing/temporary_paths.h"
+#include "orvanta/testing/temporary_paths.h"
 
 #include <filesystem>
 #include <random>

@@ -1,4 +1,4 @@
-#include "platform/testing/test_platform.h"
+#include "orvanta/testing/test_platform.h"
 
 namespace orvanta::testing {
 

@@ -1,4 +1,4 @@
-#include "platform/testing/virtual_clock.h"
+#include "orvanta/testing/virtual_clock.h"
 
 #include <array>
 #include <chrono>

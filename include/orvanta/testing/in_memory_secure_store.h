@@ -1,9 +1,14 @@
 #pragma once
 
+#include <memory>
 #include <mutex>
+#include <vector>
 
 #include "orvanta/platform/secure_store.h"
-#include "platform/secure_item_table.h"
+
+namespace orvanta {
+class SecureItemTable;
+}
 
 namespace orvanta::testing {
 
@@ -12,6 +17,9 @@ namespace orvanta::testing {
 // whether a write happened. Thread-safe.
 class InMemorySecureStore : public SecureStore {
  public:
+  InMemorySecureStore();
+  ~InMemorySecureStore() override;
+
   int copyMatching(const Map& query, Map* result) override;
   int add(const Map& item) override;
   int update(const Map& query, const Map& changes) override;
@@ -23,7 +31,7 @@ class InMemorySecureStore : public SecureStore {
 
  private:
   mutable std::mutex mutex_;
-  SecureItemTable table_;
+  const std::unique_ptr<SecureItemTable> table_;
   int writeCount_ = 0;
 };
 

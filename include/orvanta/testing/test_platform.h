@@ -5,17 +5,17 @@
 #include <memory>
 
 #include "orvanta/platform/platform.h"
-#include "platform/testing/fake_location_provider.h"
-#include "platform/testing/fake_reachability.h"
-#include "platform/testing/in_memory_secure_store.h"
-#include "platform/testing/in_memory_settings_store.h"
-#include "platform/testing/manual_main_queue.h"
-#include "platform/testing/recording_app_host.h"
-#include "platform/testing/recording_notification_center.h"
-#include "platform/testing/recording_views.h"
-#include "platform/testing/scripted_http_client.h"
-#include "platform/testing/temporary_paths.h"
-#include "platform/testing/virtual_clock.h"
+#include "orvanta/testing/fake_location_provider.h"
+#include "orvanta/testing/fake_reachability.h"
+#include "orvanta/testing/in_memory_secure_store.h"
+#include "orvanta/testing/in_memory_settings_store.h"
+#include "orvanta/testing/manual_main_queue.h"
+#include "orvanta/testing/recording_app_host.h"
+#include "orvanta/testing/recording_notification_center.h"
+#include "orvanta/testing/recording_views.h"
+#include "orvanta/testing/scripted_http_client.h"
+#include "orvanta/testing/temporary_paths.h"
+#include "orvanta/testing/virtual_clock.h"
 
 namespace orvanta::testing {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "orvanta/platform/main_queue.h"
-#include "platform/testing/virtual_clock.h"
+#include "orvanta/testing/virtual_clock.h"
 
 namespace orvanta::testing {
 

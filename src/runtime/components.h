@@ -1,0 +1,44 @@
+// Every component of one runtime, in start-up order. Each is built from the
+// platform, the config and the components above it, so a constructor cycle
+// cannot be written; the few calls that run the other way (the launch event
+// sent from the settings helper, the replay sent through the request layer)
+// are callables that the runtime binds. Destruction runs in reverse order.
+#pragma once
+
+#include "base/logger.h"
+#include "base/notification_hub.h"
+#include "core/client_identity.h"
+#include "core/comman_methods.h"
+#include "core/data_model.h"
+#include "core/sessions.h"
+#include "device/date_formator.h"
+#include "device/file_utilities.h"
+#include "net/web_service_handler.h"
+#include "orvanta/runtime.h"
+#include "storage/database_source.h"
+#include "storage/db_manager.h"
+
+namespace orvanta {
+
+struct Runtime::Components {
+  Components(const Platform& platform, const Config& config);
+
+  const Logger logger;
+  NotificationHub notificationHub;
+  OrvantaDataModel dataModel;
+  DateFormator dateFormator;
+  FileUtilities fileUtilities;
+  OrvantaCommanMethods commanMethods;
+  ClientIdentity identity;
+  Sessions sessions;
+  DatabaseSource databaseSource;
+  DBManager dbManager;
+  OrvantaWebServiceHandler webServiceHandler;
+  OrvantaAppTracking appTracking;
+  OrvantaInstallation installation;
+  OrvantaSharedManager sharedManager;
+};
+
+Runtime::Components& internals(Runtime& runtime);
+
+}  // namespace orvanta

@@ -1,0 +1,102 @@
+#include "orvanta/runtime.h"
+
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include "runtime/components.h"
+#include "runtime/facade_impls.h"
+
+namespace orvanta {
+namespace {
+
+constexpr const char* kKeychainIdentifierSuffix = "-OrvantaPush";
+
+}  // namespace
+
+Runtime::Components::Components(const Platform& platform, const Config& config)
+    : logger(config.logPrefix),
+      dateFormator(*platform.clock, [this] { return dataModel.intializationDate(); }),
+      fileUtilities(*platform.paths),
+      commanMethods(*platform.standardSettings, *platform.appGroupSettings, dataModel, logger,
+                    [this](std::int64_t eventId) { appTracking.sendAppTrackingEvent(eventId, nullptr); }),
+      identity(dataModel, commanMethods, *platform.standardSettings, *platform.secureStore,
+               config.bundleIdentifier + kKeychainIdentifierSuffix),
+      sessions(dataModel, dateFormator, *platform.clock, *platform.standardSettings),
+      databaseSource(fileUtilities, dateFormator, logger),
+      dbManager(databaseSource, *platform.mainQueue, notificationHub, platform.reachability,
+                [this](const std::string& method, const std::string& params, StatusBlock answered) {
+                  webServiceHandler.postRequestDataToTheServer(method, params, std::move(answered));
+                }),
+      webServiceHandler(*platform.http, config.trackingBaseUrl, *platform.appHost, dataModel, commanMethods,
+                        dateFormator, sessions, identity, dbManager),
+      appTracking(std::make_unique<OrvantaAppTracking::Impl>(OrvantaAppTracking::Impl{webServiceHandler})),
+      installation(std::make_unique<OrvantaInstallation::Impl>(
+          OrvantaInstallation::Impl{*platform.standardSettings, commanMethods, identity, webServiceHandler})),
+      sharedManager(std::make_unique<OrvantaSharedManager::Impl>(OrvantaSharedManager::Impl{
+          config.bundleShortVersion, *platform.mainQueue, platform.appHost, *platform.notificationCenter,
+          *platform.standardSettings, dataModel, dateFormator, commanMethods, identity, sessions, dbManager,
+          databaseSource})) {
+  if (config.trackingBaseUrl.empty()) {
+    logger.log("no tracking URL is configured: messages are kept in the offline queue and nothing is sent");
+  }
+}
+
+Runtime::Runtime(Platform platform, Config config)
+    : platform_(std::move(platform)), config_(std::move(config)),
+      components_(std::make_unique<Components>(platform_, config_)) {}
+
+Runtime::~Runtime() {
+  // Requests still in flight complete now with status 0, so their messages
+  // move to the offline queue while the components are all still here.
+  platform_.http->stop();
+  platform_.mainQueue->stop();
+  platform_.standardSettings->synchronize();
+  platform_.appGroupSettings->synchronize();
+}
+
+OrvantaSharedManager& Runtime::sharedManager() { return components_->sharedManager; }
+OrvantaInstallation& Runtime::installation() { return components_->installation; }
+OrvantaAppTracking& Runtime::appTracking() { return components_->appTracking; }
+
+Runtime::Components& internals(Runtime& runtime) { return *runtime.components_; }
+
+namespace {
+
+struct SharedState {
+  std::mutex mutex;
+  std::optional<std::pair<Platform, Config>> installed;
+  Runtime* runtime = nullptr;
+};
+
+SharedState& sharedState() {
+  static SharedState* state = new SharedState;  // never destroyed, like the runtime
+  return *state;
+}
+
+}  // namespace
+
+bool Runtime::install(Platform platform, Config config) {
+  auto& state = sharedState();
+  std::lock_guard lock(state.mutex);
+  if (state.runtime) return false;
+  state.installed.emplace(std::move(platform), std::move(config));
+  return true;
+}
+
+Runtime& Runtime::shared() {
+  auto& state = sharedState();
+  std::lock_guard lock(state.mutex);
+  if (!state.runtime) {
+    if (!state.installed) {
+      Config config;
+      Logger(config.logPrefix).log("used before Runtime::install: running with a default Config");
+      state.installed.emplace(makeLinuxPlatform(config), config);
+    }
+    state.runtime = new Runtime(std::move(state.installed->first), std::move(state.installed->second));
+    state.installed.reset();
+  }
+  return *state.runtime;
+}
+
+}  // namespace orvanta
