@@ -116,12 +116,15 @@ TEST(QueryParametersTest, DecodesTheQueryOfWellFormedURLsOnly) {
   EXPECT_EQ(queryParameters("myapp://open?a=1#/page?b=2"), (Map{{"a", "1"}}));
   // Escapes that are not UTF-8 leave the item without a value.
   EXPECT_EQ(queryParameters("myapp://x?a=%FF&b=%C3%A9&c=%C3&d=%ED%A0%80"), (Map{{"b", "\u00e9"}}));
+  // A decoded zero byte is kept, not taken for the end of the value.
+  EXPECT_EQ(queryParameters("myapp://x?a=%00b"), (Map{{"a", std::string("\0b", 2)}}));
 
   // A question mark inside the fragment starts no query, and text that is
   // not a URL gives nothing.
   for (const char* url : {"myapp://open#/page?__ktm_source=mail", "myapp://x?a=b c",
                           "myapp://x?a=%zz", "myapp://x?a=%4", "myapp://x?a=\"q\"",
-                          "myapp://x?a=[1]", "myapp://x?a=1#f#g", "myapp://no-query"}) {
+                          "myapp://x?a=[1]", "myapp://x?a=1#f#g", "myapp://no-query",
+                          "myapp://host:8o/?a=1"}) {
     EXPECT_EQ(queryParameters(url), Map{}) << url;
   }
 }

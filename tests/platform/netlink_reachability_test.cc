@@ -82,6 +82,10 @@ TEST(NetlinkReachabilityTest, FollowsDefaultRoutesAndTheirInterfaces) {
       // Routes in other tables do not count.
       {"ip route del default dev orv0 && ip route add default via 10.9.0.2 dev orv0 table 100",
        kCellular},
+      // A route of several next hops counts each hop that is alive.
+      {"ip route replace default nexthop via 10.9.0.2 dev orv0 nexthop via 10.8.0.2 dev wwan0",
+       kReachable},
+      {"ip link set orv0 down", kCellular},
   };
   int changes = 0;
   std::uint32_t last = 0;

@@ -1,7 +1,7 @@
 #include "platform/linux/netlink_reachability.h"
 
+#include <libmnl/libmnl.h>
 #include <linux/if_link.h>
-#include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <poll.h>
@@ -9,9 +9,9 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -40,41 +40,41 @@ UniqueFd openRouteSocket(std::uint32_t groups) {
   return fd;
 }
 
-// Asks for a dump of every entry of one kind (all families) and hands each
-// answer to each. Answers false when it fails or the table changed while it
-// was read.
-template <typename Header>
-bool dump(int fd, std::uint16_t type, std::uint32_t seq, const std::function<void(const nlmsghdr&)>& each) {
-  struct {
-    nlmsghdr header;
-    Header body;
-  } request{};
-  request.header.nlmsg_len = NLMSG_LENGTH(sizeof(Header));
-  request.header.nlmsg_type = type;
-  request.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
-  request.header.nlmsg_seq = seq;
-  sockaddr_nl kernel{};
-  kernel.nl_family = AF_NETLINK;
-  if (::sendto(fd, &request, request.header.nlmsg_len, 0, reinterpret_cast<sockaddr*>(&kernel), sizeof kernel) < 0) {
-    return false;
-  }
+// Asks for a dump of every entry of one kind (all families, hence a zeroed
+// family header of headerSize bytes) and hands each answer to each. Answers
+// false when it fails or the table changed while it was read: mnl_cb_run
+// stops at the first answer the kernel marks NLM_F_DUMP_INTR, leaving the
+// rest of the dump unread.
+bool dump(int fd, std::uint16_t type, std::size_t headerSize, std::uint32_t seq, mnl_cb_t each, void* data) {
   std::vector<char> buffer(kReceiveBuffer);
-  bool consistent = true;
+  nlmsghdr* request = mnl_nlmsg_put_header(buffer.data());
+  request->nlmsg_type = type;
+  request->nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
+  request->nlmsg_seq = seq;
+  mnl_nlmsg_put_extra_header(request, headerSize);
+  // Sent with no address, a netlink message goes to the kernel.
+  if (::send(fd, request, request->nlmsg_len, 0) < 0) return false;
   for (;;) {
     const ssize_t got = ::recv(fd, buffer.data(), buffer.size(), 0);
-    if (got < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    auto length = static_cast<unsigned>(got);
-    for (auto* h = reinterpret_cast<const nlmsghdr*>(buffer.data()); NLMSG_OK(h, length); h = NLMSG_NEXT(h, length)) {
-      if (h->nlmsg_seq != seq) continue;
-      if (h->nlmsg_type == NLMSG_DONE) return consistent;
-      if (h->nlmsg_type == NLMSG_ERROR) return false;
-      if ((h->nlmsg_flags & NLM_F_DUMP_INTR) != 0) consistent = false;
-      each(*h);
-    }
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return false;
+    const int status = mnl_cb_run(buffer.data(), static_cast<std::size_t>(got), seq, 0, each, data);
+    if (status <= MNL_CB_STOP) return status == MNL_CB_STOP;
   }
+}
+
+// The attributes of h that follow its family header, by type; the types
+// read here are all below RTA_TABLE + 1, the others are left out.
+using Attributes = std::array<const nlattr*, RTA_TABLE + 1>;
+
+Attributes attributesOf(const nlmsghdr* h, std::size_t headerSize) {
+  Attributes attributes{};
+  mnl_attr_parse(h, static_cast<unsigned>(headerSize), [](const nlattr* a, void* table) {
+    auto& attributes = *static_cast<Attributes*>(table);
+    if (mnl_attr_get_type(a) < attributes.size()) attributes[mnl_attr_get_type(a)] = a;
+    return MNL_CB_OK;
+  }, &attributes);
+  return attributes;
 }
 
 struct Link {
@@ -82,44 +82,37 @@ struct Link {
   std::string name;
 };
 
-void readLink(const nlmsghdr& h, std::map<int, Link>* links) {
-  if (h.nlmsg_type != RTM_NEWLINK) return;
-  const auto* info = static_cast<const ifinfomsg*>(NLMSG_DATA(&h));
-  Link link{info->ifi_flags, {}};
-  int length = static_cast<int>(IFLA_PAYLOAD(&h));
-  for (auto* a = IFLA_RTA(info); RTA_OK(a, length); a = RTA_NEXT(a, length)) {
-    if (a->rta_type == IFLA_IFNAME) link.name = static_cast<const char*>(RTA_DATA(a));
-  }
-  (*links)[info->ifi_index] = std::move(link);
+int readLink(const nlmsghdr* h, void* links) {
+  if (h->nlmsg_type != RTM_NEWLINK) return MNL_CB_OK;
+  const auto* info = static_cast<const ifinfomsg*>(mnl_nlmsg_get_payload(h));
+  const nlattr* name = attributesOf(h, sizeof *info)[IFLA_IFNAME];
+  (*static_cast<std::map<int, Link>*>(links))[info->ifi_index] = {info->ifi_flags, name ? mnl_attr_get_str(name) : ""};
+  return MNL_CB_OK;
 }
 
-// Adds the output interfaces of h to out when h is a usable default route of
-// the main table.
-void readDefaultRoute(const nlmsghdr& h, std::vector<int>* out) {
-  if (h.nlmsg_type != RTM_NEWROUTE) return;
-  const auto* route = static_cast<const rtmsg*>(NLMSG_DATA(&h));
-  if (route->rtm_family != AF_INET && route->rtm_family != AF_INET6) return;
-  if (route->rtm_dst_len != 0 || route->rtm_type != RTN_UNICAST) return;
-  if ((route->rtm_flags & (RTNH_F_DEAD | RTNH_F_LINKDOWN)) != 0) return;
-  std::uint32_t table = route->rtm_table;
-  std::vector<int> interfaces;
-  int length = static_cast<int>(RTM_PAYLOAD(&h));
-  for (auto* a = RTM_RTA(route); RTA_OK(a, length); a = RTA_NEXT(a, length)) {
-    if (a->rta_type == RTA_TABLE) {
-      std::memcpy(&table, RTA_DATA(a), sizeof table);
-    } else if (a->rta_type == RTA_OIF) {
-      int index;
-      std::memcpy(&index, RTA_DATA(a), sizeof index);
-      interfaces.push_back(index);
-    } else if (a->rta_type == RTA_MULTIPATH) {
-      auto* hop = static_cast<const rtnexthop*>(RTA_DATA(a));
-      int left = static_cast<int>(RTA_PAYLOAD(a));
-      for (; RTNH_OK(hop, left); left -= static_cast<int>(RTNH_ALIGN(hop->rtnh_len)), hop = RTNH_NEXT(hop)) {
-        if ((hop->rtnh_flags & (RTNH_F_DEAD | RTNH_F_LINKDOWN)) == 0) interfaces.push_back(hop->rtnh_ifindex);
-      }
+// Adds the output interfaces of h to the vector at out when h is a usable
+// default route of the main table.
+int readDefaultRoute(const nlmsghdr* h, void* out) {
+  if (h->nlmsg_type != RTM_NEWROUTE) return MNL_CB_OK;
+  const auto* route = static_cast<const rtmsg*>(mnl_nlmsg_get_payload(h));
+  if (route->rtm_family != AF_INET && route->rtm_family != AF_INET6) return MNL_CB_OK;
+  if (route->rtm_dst_len != 0 || route->rtm_type != RTN_UNICAST) return MNL_CB_OK;
+  if ((route->rtm_flags & (RTNH_F_DEAD | RTNH_F_LINKDOWN)) != 0) return MNL_CB_OK;
+  const Attributes attributes = attributesOf(h, sizeof *route);
+  // rtm_table holds only tables below 256; RTA_TABLE holds any.
+  const nlattr* table = attributes[RTA_TABLE];
+  if ((table ? mnl_attr_get_u32(table) : route->rtm_table) != RT_TABLE_MAIN) return MNL_CB_OK;
+  auto& interfaces = *static_cast<std::vector<int>*>(out);
+  if (const nlattr* oif = attributes[RTA_OIF]) interfaces.push_back(static_cast<int>(mnl_attr_get_u32(oif)));
+  if (const nlattr* multipath = attributes[RTA_MULTIPATH]) {
+    // The next hops are no netlink attributes, so libmnl does not walk them.
+    auto* hop = static_cast<const rtnexthop*>(mnl_attr_get_payload(multipath));
+    int left = mnl_attr_get_payload_len(multipath);
+    for (; RTNH_OK(hop, left); left -= static_cast<int>(RTNH_ALIGN(hop->rtnh_len)), hop = RTNH_NEXT(hop)) {
+      if ((hop->rtnh_flags & (RTNH_F_DEAD | RTNH_F_LINKDOWN)) == 0) interfaces.push_back(hop->rtnh_ifindex);
     }
   }
-  if (table == RT_TABLE_MAIN) out->insert(out->end(), interfaces.begin(), interfaces.end());
+  return MNL_CB_OK;
 }
 
 bool isCellular(const std::string& name) { return name.rfind("ww", 0) == 0; }
@@ -142,18 +135,18 @@ std::uint32_t flagsOf(const std::map<int, Link>& links, const std::vector<int>& 
 // The flags from a fresh dump of links and routes; nullopt when the kernel
 // cannot be asked.
 std::optional<std::uint32_t> readFlags() {
-  UniqueFd fd = openRouteSocket(0);
-  if (!fd) {
-    logErrno("socket");
-    return std::nullopt;
-  }
   std::uint32_t seq = 0;
   for (int attempt = 0; attempt < kDumpAttempts; ++attempt) {
+    // A socket per attempt: what is left unread of a failed dump goes with it.
+    UniqueFd fd = openRouteSocket(0);
+    if (!fd) {
+      logErrno("socket");
+      return std::nullopt;
+    }
     std::map<int, Link> links;
     std::vector<int> defaultInterfaces;
-    if (dump<ifinfomsg>(fd.get(), RTM_GETLINK, ++seq, [&](const nlmsghdr& h) { readLink(h, &links); }) &&
-        dump<rtmsg>(fd.get(), RTM_GETROUTE, ++seq,
-                    [&](const nlmsghdr& h) { readDefaultRoute(h, &defaultInterfaces); })) {
+    if (dump(fd.get(), RTM_GETLINK, sizeof(ifinfomsg), ++seq, readLink, &links) &&
+        dump(fd.get(), RTM_GETROUTE, sizeof(rtmsg), ++seq, readDefaultRoute, &defaultInterfaces)) {
       return flagsOf(links, defaultInterfaces);
     }
   }
