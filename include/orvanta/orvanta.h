@@ -1,13 +1,16 @@
-// Everything a host application includes.
+// Everything a host application includes. JSON conversion of Value is in
+// orvanta/json.h, apart, so that hosts do not all compile nlohmann-json.
 #pragma once
 
 #include "orvanta/app_tracking.h"
 #include "orvanta/config.h"
+#include "orvanta/inspection.h"
 #include "orvanta/installation.h"
-#include "orvanta/json.h"
 #include "orvanta/log.h"
 #include "orvanta/platform/platform.h"
 #include "orvanta/runtime.h"
 #include "orvanta/shared_manager.h"
+#include "orvanta/status_block.h"
+#include "orvanta/url_query.h"
 #include "orvanta/value.h"
 #include "orvanta/version.h"
