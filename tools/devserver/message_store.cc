@@ -73,7 +73,8 @@ MessageStore::MessageStore(const std::filesystem::path& path) : db_(openDatabase
 std::int64_t MessageStore::record(const ReceivedMessage& message, const DecodedBody& decoded) {
   Json headers = Json::array();
   for (const auto& [name, value] : message.headers) headers.push_back({name, value});
-  // Every other field is at most as long as the body it was read from, except the data's text.
+  // Only these two can be long: the decoded strings are shorter than the body they come from,
+  // and cpp-httplib bounds the method and the headers.
   const std::string& body = boundable(message.body);
   auto data = decoded.data ? std::optional(boundable(dumpJson(*decoded.data))) : std::nullopt;
 
