@@ -1,12 +1,16 @@
-// The reference server (tools/devserver), run in-process and spoken to over real loopback HTTP.
+// The reference server (tools/devserver), run in-process and spoken to over real loopback HTTP,
+// and its message store on its own.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <httplib.h>
 
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "devserver/dev_server.h"
@@ -41,11 +45,14 @@ class DevServerTest : public ::testing::Test {
     return result ? Json::parse(result->body) : Json();
   }
 
-  Json messages() const {
-    auto result = site().Get("/api/messages");
-    EXPECT_TRUE(result && result->status == 200);
+  // A JSON answer of the site; fails the test unless it is 200.
+  Json get(const std::string& path) const {
+    auto result = site().Get(path);
+    EXPECT_TRUE(result && result->status == 200) << path;
     return result ? Json::parse(result->body) : Json();
   }
+
+  Json messages(const std::string& query = "") const { return get("/api/messages" + query); }
 
   testing::TemporaryPaths paths_;
   DevServer server_;
@@ -76,6 +83,46 @@ TEST_F(DevServerTest, RecordsEveryPostRawWithItsDecodedFieldsAndAnswersMalformed
     const Json fields = {{"body", malformed[i]}, {"malformed", true}, {"data", nullptr}};
     for (const auto& [key, value] : fields.items()) EXPECT_EQ(all[1 + i][key], value) << key << i;
   }
+}
+
+TEST_F(DevServerTest, MessagesFilterBySequenceAndStatusAndCountsGroupDeliveredEvents) {
+  const std::string binary("x\0y", 3);  // raw bytes, not text: kept whole past the NUL
+  const std::vector<std::pair<std::string, std::string>> posts = {
+      {"app_activity", R"(data={"eventid":21})"},   // seq 1
+      {"app_activity", R"(data={"eventid":21})"},   // seq 2
+      {"profilePush", R"(data={"identity":"u"})"},  // seq 3, no event id
+      {"pn_login", binary},                         // seq 4, malformed: 400
+      {"custom", R"(data={"eventid":101})"}};       // seq 5
+  for (const auto& [method, body] : posts) post(method, body);
+
+  const std::vector<std::pair<std::string, std::vector<int>>> queries = {
+      {"", {1, 2, 3, 4, 5}},      {"?since=2", {3, 4, 5}}, {"?status=400", {4}},
+      {"?since=1&status=200", {2, 3, 5}}, {"?since=5", {}},        {"?status=503", {}}};
+  for (const auto& [query, expected] : queries) {
+    std::vector<int> seqs;
+    for (const Json& message : messages(query)) seqs.push_back(message["seq"].get<int>());
+    EXPECT_EQ(seqs, expected) << query;
+  }
+
+  const Json all = messages();
+  const Json profile = {{"eventid", nullptr}, {"event", "profile"}, {"identity", "u"},
+                        {"sessionid", nullptr}, {"status", 200}};
+  for (const auto& [key, value] : profile.items()) EXPECT_EQ(all[2][key], value) << key;
+  const Json malformed = {{"eventid", nullptr}, {"event", ""},      {"identity", nullptr},
+                          {"status", 400},      {"data", nullptr}, {"malformed", true}};
+  for (const auto& [key, value] : malformed.items()) EXPECT_EQ(all[3][key], value) << key;
+  EXPECT_EQ(all[3]["body"], binary);
+
+  EXPECT_EQ(get("/api/counts"), Json::parse(R"({"received":5,"delivered":4,"first_seq":1,
+      "eventids":[{"eventid":null,"event":"profile","count":1},
+                  {"eventid":21,"event":"launch","count":2},
+                  {"eventid":101,"event":"custom","count":1}]})"));
+
+  EXPECT_EQ(site().Delete("/api/messages")->status, 204);
+  EXPECT_EQ(get("/api/counts"),
+            Json::parse(R"({"received":0,"delivered":0,"first_seq":null,"eventids":[]})"));
+  post("app_activity", R"(data={"eventid":21})");
+  EXPECT_EQ(messages()[0]["seq"], 6) << "a sequence number is never reused";
 }
 
 TEST_F(DevServerTest, RuleDocumentsComeFromTheFolderOnlyAndThePopupPageEscapesWhatItShows) {
@@ -117,6 +164,47 @@ TEST_F(DevServerTest, DownRefusesConnectionsOnTheSitePortOnlyUntilUp) {
   EXPECT_EQ(server_.port(), port);
   EXPECT_EQ(post("pn_login", "data={}"), 200);
   EXPECT_EQ(messages().size(), 1u) << "the refused attempt never reached the server";
+}
+
+TEST(MessageStoreTest, AReopenedFileKeepsItsMessagesAndNeverReusesASequenceNumber) {
+  testing::TemporaryPaths paths;
+  const std::filesystem::path file = std::filesystem::path(paths.root()) / "messages.sqlite";
+  const ReceivedMessage message{.received_at = "2024-01-02T03:04:05.678Z",
+                                .method = "app_activity",
+                                .headers = {{"X-A", "1"}, {"X-A", "2"}},
+                                .body = R"(data={"eventid":21})",
+                                .status = 200};
+  const DecodedBody decoded = decodeTrackingBody(message.body);
+  {
+    MessageStore store(file);
+    store.record(message, decoded);
+    store.record(message, decoded);
+    store.clear();
+    EXPECT_EQ(store.record(message, decoded), 3);
+  }
+  MessageStore reopened(file);
+  EXPECT_EQ(reopened.record(message, decoded), 4);
+
+  const Json all = reopened.messages(0, std::nullopt);
+  ASSERT_EQ(all.size(), 2u);
+  EXPECT_EQ(all[0], Json::parse(R"({"seq":3,"received_at":"2024-01-02T03:04:05.678Z",
+      "method":"app_activity","status":200,"eventid":21,"event":"launch","identity":null,
+      "sessionid":null,"pushid":null,"malformed":false,"body":"data={\"eventid\":21}",
+      "data":{"eventid":21},"headers":[{"name":"X-A","value":"1"},{"name":"X-A","value":"2"}]})"));
+  EXPECT_EQ(all[1]["seq"], 4);
+}
+
+TEST(MessageStoreTest, AFileThatCannotBeOpenedIsNamedInTheError) {
+  testing::TemporaryPaths paths;
+  const std::filesystem::path root(paths.root());
+  for (const std::filesystem::path& file : {root / "missing" / "messages.sqlite", root}) {
+    try {
+      MessageStore store(file);
+      ADD_FAILURE() << file << " opened";
+    } catch (const std::runtime_error& error) {
+      EXPECT_THAT(error.what(), HasSubstr("cannot open " + file.string())) << file;
+    }
+  }
 }
 
 }  // namespace

@@ -8,8 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include <SQLiteCpp/Database.h>
+
 #include "devserver/json.h"
-#include "devserver/sqlite_handles.h"
 #include "devserver/tracking_message.h"
 
 namespace orvanta::devserver {
@@ -48,7 +49,7 @@ class MessageStore {
 
  private:
   mutable std::mutex mutex_;
-  SqliteDatabase db_;  // guarded by mutex_
+  SQLite::Database db_;  // guarded by mutex_
 };
 
 }  // namespace orvanta::devserver
