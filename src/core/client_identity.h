@@ -28,17 +28,13 @@ class ClientIdentity {
   ClientIdentity(const ClientIdentity&) = delete;
   ClientIdentity& operator=(const ClientIdentity&) = delete;
 
-  // A new random UUID, canonical upper-case text.
+  // The operations behind OrvantaSharedManager's of the same names, whose
+  // header says what each answers.
   static std::string getGUID();
-  // The device's stable identifier, kept in the secure store and renewed on
-  // the first start of each installation.
   std::string getPushID();
-  // Keeps the raw token as the platform delivered it, stored at once.
   void setDeviceToken(const Value& token);
-  // The raw token, or null before one was set or loaded.
   std::optional<Value> getDeviceToken() const;
   void setUpIdentity(const std::string& identity);
-  // The current identity, never null ("" when none).
   std::string getIdentity();
   // The secure-store item opened by getPushID (null before). Shared, so that
   // it stays valid for its holder when a later start-up opens a new one; not
