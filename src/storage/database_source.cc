@@ -195,7 +195,7 @@ bool DatabaseSource::addEvent(const std::string& name, const std::string& data) 
   return true;
 }
 
-bool DatabaseSource::deleteData(std::int32_t id) {
+bool DatabaseSource::deleteData(std::int64_t id) {
   std::lock_guard lock(mutex_);
   sqlite3* db = getDBConnectionLocked();
   if (db == nullptr) return true;
@@ -214,7 +214,7 @@ std::optional<OrvantaEventModel> DatabaseSource::getEvent() {
   std::optional<OrvantaEventModel> event;
   sqlite::Statement oldest(db, kOldestEvent);
   if (oldest.step() == SQLITE_ROW) {
-    event = OrvantaEventModel{static_cast<std::int32_t>(oldest.integer(0)), oldest.text(1), oldest.text(2)};
+    event = OrvantaEventModel{oldest.integer(0), oldest.text(1), oldest.text(2)};
   }
   dbConnectionSet_ = false;
   return event;
@@ -227,7 +227,7 @@ std::optional<std::vector<OrvantaEventModel>> DatabaseSource::getAllEvents() {
   std::vector<OrvantaEventModel> events;
   int step = SQLITE_ROW;
   while ((step = all.step()) == SQLITE_ROW) {
-    events.push_back({static_cast<std::int32_t>(all.integer(0)), all.text(1), all.text(2)});
+    events.push_back({all.integer(0), all.text(1), all.text(2)});
   }
   if (step != SQLITE_DONE) return std::nullopt;
   return events;

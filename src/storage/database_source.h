@@ -74,7 +74,7 @@ class DatabaseSource {
   // connection could be opened. getEvent: the row with the lowest ID, or
   // nullopt when the queue is empty or unreadable.
   bool addEvent(const std::string& name, const std::string& data);
-  bool deleteData(std::int32_t id);
+  bool deleteData(std::int64_t id);
   std::optional<OrvantaEventModel> getEvent();
   // Every queued row, oldest first; nullopt when the queue cannot be read
   // (no file, no table). For tools that show the queue; leaves DBConnection

@@ -63,7 +63,7 @@ void DBManager::syncOfflineData() {
       });
 }
 
-void DBManager::replayAnswered(std::int32_t eventID, int status) {
+void DBManager::replayAnswered(std::int64_t eventID, int status) {
   if (status == 200) runtime_.databaseSource().deleteData(eventID);
   setIsSyncing(false);
   scheduleSync(kReplayInterval);

@@ -71,7 +71,7 @@ class DBManager {
 
  private:
   void scheduleSync(double delaySeconds);
-  void replayAnswered(std::int32_t eventID, int status);
+  void replayAnswered(std::int64_t eventID, int status);
 
   Runtime& runtime_;
   // Kept from construction: the runtime's accessors are gone while its

@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <mutex>
 #include <utility>
 
@@ -143,7 +145,7 @@ TEST_F(DatabaseSourceTest, QueueIsFirstInFirstOutByIdAndNeverReusesIds) {
   ASSERT_TRUE(database().addEvent("pn_login", "data={}"));
   ASSERT_TRUE(database().addEvent("app_activity", quoted));
   Rows read;
-  std::vector<std::int32_t> ids;
+  std::vector<std::int64_t> ids;
   while (const auto event = database().getEvent()) {
     ASSERT_LT(read.size(), 3u) << "a deleted row came back";
     read.push_back({event->strEventName, event->strEventData});
@@ -155,6 +157,29 @@ TEST_F(DatabaseSourceTest, QueueIsFirstInFirstOutByIdAndNeverReusesIds) {
   EXPECT_EQ(read,
             (Rows{{"pn_login", "data={}"}, {"app_activity", quoted}, {"pn_logout", "data={}"}}));
   EXPECT_TRUE(ids[0] < ids[1] && ids[1] < ids[2]) << ::testing::PrintToString(ids);
+}
+
+// A row whose ID does not fit in 32 bits is read back whole, and deleting it
+// never hits the row whose ID is its low 32 bits.
+TEST_F(DatabaseSourceTest, IdsBeyond32BitsAreReadBackAndDeletedExactly) {
+  database().createDatabase();
+  const auto insert = [&](std::int64_t id, const std::string& data) {
+    return probe().execute("INSERT INTO OfflineEvents (ID, EventName, EventData) VALUES (" +
+                           std::to_string(id) + ", 'pn_open', '" + data + "')");
+  };
+  for (const std::int64_t id : {std::int64_t{1} << 31, (std::int64_t{1} << 32) + 7,
+                                std::numeric_limits<std::int64_t>::max()}) {
+    SCOPED_TRACE(id);
+    ASSERT_TRUE(insert(id, "large"));
+    const std::optional<OrvantaEventModel> event = database().getEvent();
+    ASSERT_TRUE(event);
+    EXPECT_EQ(event->eventID, id);
+
+    ASSERT_TRUE(insert(static_cast<std::int32_t>(id), "wrapped"));
+    EXPECT_TRUE(database().deleteData(id));
+    EXPECT_EQ(probe().column("SELECT EventData FROM OfflineEvents"), (Texts{"wrapped"}));
+    ASSERT_TRUE(probe().execute("DELETE FROM OfflineEvents"));
+  }
 }
 
 TEST_F(DatabaseSourceTest, InboxStoresTheWholeNotificationOnceAndASecondDeliveryMarksItRead) {
