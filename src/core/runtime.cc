@@ -128,7 +128,13 @@ DatabaseSource& Runtime::databaseSource() {
 }
 
 DBManager& Runtime::dbManager() {
-  return components_->dbManager.get([this] { return std::make_unique<DBManager>(*this); });
+  return components_->dbManager.get([this] {
+    ReplaySend send = [this](const std::string& method, const std::string& params, StatusBlock answered) {
+      webServiceHandler().postRequestDataToTheServer(method, params, std::move(answered));
+    };
+    return std::make_unique<DBManager>(databaseSource(), *platform_.mainQueue, notificationHub(),
+                                       platform_.reachability, std::move(send));
+  });
 }
 
 NotificationHub& Runtime::notificationHub() {

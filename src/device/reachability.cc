@@ -1,7 +1,8 @@
 #include "device/reachability.h"
 
+#include <utility>
+
 #include "base/notification_hub.h"
-#include "orvanta/runtime.h"
 
 namespace orvanta {
 
@@ -10,8 +11,9 @@ Reachability::Reachability(NotificationHub& hub, std::shared_ptr<ReachabilitySou
 
 Reachability::~Reachability() { stopNotifier(); }
 
-std::unique_ptr<Reachability> Reachability::reachabilityForInternetConnection(Runtime& runtime) {
-  return std::make_unique<Reachability>(runtime.notificationHub(), runtime.platform().reachability);
+std::unique_ptr<Reachability> Reachability::reachabilityForInternetConnection(
+    NotificationHub& hub, std::shared_ptr<ReachabilitySource> source) {
+  return std::make_unique<Reachability>(hub, std::move(source));
 }
 
 bool Reachability::startNotifier() {

@@ -9,7 +9,6 @@
 namespace orvanta {
 
 class NotificationHub;
-class Runtime;
 
 enum NetworkStatus { NetworkStatusNone = 0, NetworkStatusLocal = 1, NetworkStatusCellular = 2 };
 
@@ -28,9 +27,10 @@ class Reachability {
   Reachability(const Reachability&) = delete;
   Reachability& operator=(const Reachability&) = delete;
 
-  // The general internet route: the runtime's platform source, announcing
-  // on the runtime's hub.
-  static std::unique_ptr<Reachability> reachabilityForInternetConnection(Runtime& runtime);
+  // The general internet route: source is the platform's watcher of the
+  // default route; changes are announced on hub.
+  static std::unique_ptr<Reachability> reachabilityForInternetConnection(NotificationHub& hub,
+                                                                         std::shared_ptr<ReachabilitySource> source);
 
   // Answers whether the source started watching.
   bool startNotifier();

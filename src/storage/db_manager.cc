@@ -1,10 +1,9 @@
 #include "storage/db_manager.h"
 
 #include <cassert>
+#include <utility>
 
 #include "device/reachability.h"
-#include "net/web_service_handler.h"
-#include "orvanta/runtime.h"
 #include "storage/database_source.h"
 
 namespace orvanta {
@@ -12,14 +11,15 @@ namespace {
 constexpr double kReplayInterval = 2.0;
 }  // namespace
 
-DBManager::DBManager(Runtime& runtime) : runtime_(runtime), hub_(runtime.notificationHub()) {
-  DatabaseSource& database = runtime_.databaseSource();
-  database.createDatabase();
+DBManager::DBManager(DatabaseSource& database, MainQueue& mainQueue, NotificationHub& hub,
+                     std::shared_ptr<ReachabilitySource> reachability, ReplaySend send)
+    : database_(database), mainQueue_(mainQueue), hub_(hub), send_(std::move(send)) {
+  database_.createDatabase();
   // Before any replay: what an earlier process left in flight joins the
   // queue behind what it had already queued.
-  database.recoverJournal();
+  database_.recoverJournal();
   observer_ = hub_.addObserver(kReachabilityChangedNotification, [this](const void*) { networkChanged(); });
-  internetReachability_ = Reachability::reachabilityForInternetConnection(runtime_);
+  internetReachability_ = Reachability::reachabilityForInternetConnection(hub_, std::move(reachability));
   internetReachability_->startNotifier();
   scheduleSync(kReplayInterval);
 }
@@ -29,8 +29,6 @@ DBManager::~DBManager() {
   hub_.removeObserver(observer_);
 }
 
-DBManager& DBManager::sharedInstance() { return Runtime::shared().dbManager(); }
-
 bool DBManager::checkNetWorkConnection() const {
   return internetReachability_->currentReachabilityStatus() != NetworkStatusNone;
 }
@@ -38,63 +36,58 @@ bool DBManager::checkNetWorkConnection() const {
 void DBManager::networkChanged() { scheduleSync(0); }
 
 void DBManager::scheduleSync(double delaySeconds) {
-  runtime_.platform().mainQueue->postAfter(delaySeconds, [this] { syncOfflineData(); });
+  mainQueue_.postAfter(delaySeconds, [this] { syncOfflineData(); });
 }
 
 void DBManager::syncOfflineData() {
-  MainQueue& mainQueue = *runtime_.platform().mainQueue;
-  if (!mainQueue.isCurrent()) {
-    mainQueue.post([this] { syncOfflineData(); });
+  if (!mainQueue_.isCurrent()) {
+    mainQueue_.post([this] { syncOfflineData(); });
     return;
   }
   if (isSyncing_) return;
   if (!checkNetWorkConnection()) return;
   setIsSyncing(true);
-  const std::optional<OrvantaEventModel> event = runtime_.databaseSource().getEvent();
+  const std::optional<OrvantaEventModel> event = database_.getEvent();
   if (!event) {
     setIsSyncing(false);
     return;
   }
   // Sent exactly as stored. The answer comes on a network thread; the flag
   // and the schedule belong to the main queue.
-  runtime_.webServiceHandler().postRequestDataToTheServer(
-      event->strEventName, event->strEventData, [this, id = event->eventID](int status) {
-        runtime_.platform().mainQueue->post([this, id, status] { replayAnswered(id, status); });
-      });
+  send_(event->strEventName, event->strEventData, [this, id = event->eventID](int status) {
+    mainQueue_.post([this, id, status] { replayAnswered(id, status); });
+  });
 }
 
 void DBManager::replayAnswered(std::int64_t eventID, int status) {
-  if (status == 200) runtime_.databaseSource().deleteData(eventID);
+  if (status == 200) database_.deleteData(eventID);
   setIsSyncing(false);
   scheduleSync(kReplayInterval);
 }
 
 void DBManager::addEvent(const std::string& name, const std::string& data) {
-  runtime_.databaseSource().addEvent(name, data);
+  database_.addEvent(name, data);
   scheduleSync(kReplayInterval);
 }
 
 bool DBManager::isSyncing() const { return isSyncing_; }
 
 void DBManager::setIsSyncing(bool syncing) {
-  assert(runtime_.platform().mainQueue->isCurrent());
+  assert(mainQueue_.isCurrent());
   isSyncing_ = syncing;
 }
 
-Reachability* DBManager::internetReachability() const { return internetReachability_.get(); }
-
 std::optional<std::int64_t> DBManager::recordInFlight(const std::string& method, const std::string& params) {
-  return runtime_.databaseSource().journalEvent(method, params);
+  return database_.journalEvent(method, params);
 }
 
 void DBManager::settleInFlight(std::optional<std::int64_t> ticket, const std::string& method, const std::string& params,
                                int status) {
-  DatabaseSource& database = runtime_.databaseSource();
   if (status == 200) {
-    if (ticket) database.dropJournaled(*ticket);
+    if (ticket) database_.dropJournaled(*ticket);
     return;
   }
-  if (ticket && database.moveJournaledToQueue(*ticket)) {
+  if (ticket && database_.moveJournaledToQueue(*ticket)) {
     scheduleSync(kReplayInterval);
     return;
   }

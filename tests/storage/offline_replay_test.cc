@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "device/reachability.h"
-#include "net/web_service_handler.h"
+#include "orvanta/app_tracking.h"
 #include "storage/database_source.h"
 #include "storage/db_manager.h"
 #include "support/database_probe.h"
@@ -22,7 +22,7 @@ using Texts = std::vector<std::string>;
 class OfflineReplayTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    runtime_.runtime().databaseSource().createDatabase();
+    runtime_.databaseSource().createDatabase();
     logRequests();
   }
   // Every request is logged with the virtual time it left at.
@@ -33,9 +33,9 @@ class OfflineReplayTest : public ::testing::Test {
     });
   }
   void queue(const std::string& data) {
-    ASSERT_TRUE(runtime_.runtime().databaseSource().addEvent("pn_open", data));
+    ASSERT_TRUE(runtime_.databaseSource().addEvent("pn_open", data));
   }
-  DBManager& manager() { return runtime_.runtime().dbManager(); }
+  DBManager& manager() { return runtime_.dbManager(); }
   testing::ManualMainQueue& mainQueue() { return *runtime_.platform().mainQueue; }
   testing::ScriptedHttpClient& http() { return *runtime_.platform().http; }
   testing::DatabaseProbe probe() {
@@ -129,8 +129,8 @@ TEST_F(OfflineReplayTest, AFailedFirstSendMovesExactlyWhatWasSentIntoTheQueueAnd
   mainQueue().advance(2);
   int reported = 0;
   auto track = [&] {
-    runtime_.runtime().webServiceHandler().callPostService("app_activity", Map{{"eventid", 101}},
-                                                           [&](int status) { reported = status; });
+    runtime_.runtime().appTracking().sendAppTrackingEvent(101,
+                                                          [&](int status) { reported = status; });
     return reported;
   };
   http().holdAnswers(true);
@@ -191,7 +191,7 @@ TEST_F(OfflineReplayTest, ConcurrentTrackingLosesNothingWhileReplayRuns) {
         const auto ticket = manager().recordInFlight("app_activity", params(t, i));
         manager().settleInFlight(ticket, "app_activity", params(t, i), i % 3 == 0 ? 500 : 200);
         const Map notification{{"payload", Map{{"trid", "n" + std::to_string(i % 15)}}}};
-        runtime_.runtime().databaseSource().NotificationReceived(notification, "unread");
+        runtime_.databaseSource().NotificationReceived(notification, "unread");
         if (t == 0) setReachable(i % 2 == 1);
       }
       --running;
@@ -210,7 +210,7 @@ TEST_F(OfflineReplayTest, ConcurrentTrackingLosesNothingWhileReplayRuns) {
   }
   EXPECT_EQ(replayed, failed) << "each failed message replayed exactly once";
   EXPECT_EQ(journaled(), 0u);
-  EXPECT_EQ(runtime_.runtime().databaseSource().GetAllReceivedNotifications().size(), 10u);
+  EXPECT_EQ(runtime_.databaseSource().GetAllReceivedNotifications().size(), 10u);
 }
 
 }  // namespace

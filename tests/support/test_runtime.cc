@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "orvanta/json.h"
+#include "storage/database_source.h"
+#include "storage/db_manager.h"
 
 namespace orvanta::testing {
 
@@ -11,6 +13,10 @@ TestRuntime::TestRuntime(std::shared_ptr<TestPlatform> platform, Config config)
       runtime_(std::make_unique<Runtime>(platform_->platform(), config_)) {}
 
 TestRuntime::~TestRuntime() = default;
+
+DatabaseSource& TestRuntime::databaseSource() { return runtime_->databaseSource(); }
+
+DBManager& TestRuntime::dbManager() { return runtime_->dbManager(); }
 
 void TestRuntime::relaunch() {
   runtime_.reset();

@@ -11,6 +11,11 @@
 #include "platform/testing/test_platform.h"
 #include "support/value_printer.h"
 
+namespace orvanta {
+class DatabaseSource;
+class DBManager;
+}  // namespace orvanta
+
 namespace orvanta::testing {
 
 inline Config testConfig() {
@@ -37,6 +42,10 @@ class TestRuntime {
 
   TestPlatform& platform() { return *platform_; }
   Runtime& runtime() { return *runtime_; }
+  // The runtime's own storage components, for tests that drive or inspect
+  // them beside the facade.
+  DatabaseSource& databaseSource();
+  DBManager& dbManager();
   // Ends this runtime and starts another on the same stores and folder: the
   // next launch of the same installation.
   void relaunch();
