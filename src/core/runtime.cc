@@ -6,6 +6,7 @@
 #include "core/comman_methods.h"
 #include "core/data_model.h"
 #include "core/lazy.h"
+#include "base/logger.h"
 #include "base/notification_hub.h"
 #include "device/date_formator.h"
 #include "device/file_utilities.h"
@@ -27,6 +28,7 @@ struct Runtime::Components {
   Lazy<FileUtilities> fileUtilities;
   Lazy<OrvantaCommanMethods> commanMethods;
   Lazy<NotificationHub> notificationHub;
+  Lazy<Logger> logger;
   Lazy<DatabaseSource> databaseSource;
   Lazy<OrvantaWebServiceHandler> webServiceHandler;
   Lazy<OrvantaInstallation> installation;
@@ -124,7 +126,10 @@ OrvantaAppTracking& Runtime::appTracking() {
 }
 
 DatabaseSource& Runtime::databaseSource() {
-  return components_->databaseSource.get([this] { return std::make_unique<DatabaseSource>(*this); });
+  return components_->databaseSource.get([this] {
+    Logger& logger = components_->logger.get([this] { return std::make_unique<Logger>(config_.logPrefix); });
+    return std::make_unique<DatabaseSource>(fileUtilities(), dateFormator(), logger);
+  });
 }
 
 DBManager& Runtime::dbManager() {

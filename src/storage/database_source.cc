@@ -2,11 +2,7 @@
 
 #include <filesystem>
 
-#include "core/comman_methods.h"
-#include "device/date_formator.h"
-#include "device/file_utilities.h"
 #include "orvanta/json.h"
-#include "orvanta/runtime.h"
 
 namespace orvanta {
 namespace {
@@ -91,12 +87,13 @@ std::optional<Value> unarchive(const std::string& bytes) {
 
 }  // namespace
 
-DatabaseSource::DatabaseSource(Runtime& runtime) : runtime_(runtime) {}
+DatabaseSource::DatabaseSource(FileUtilities& files, DateFormator& dates, const Logger& logger)
+    : files_(files), dates_(dates), logger_(logger) {}
 
 DatabaseSource::~DatabaseSource() = default;
 
 std::string DatabaseSource::databasePath() const {
-  return runtime_.fileUtilities().getFilePathAsPerFolder(kFolder, kFile);
+  return files_.getFilePathAsPerFolder(kFolder, kFile);
 }
 
 sqlite3* DatabaseSource::connection() {
@@ -243,7 +240,7 @@ void DatabaseSource::NotificationReceived(const Map& notification, const std::st
   sqlite::Statement insert(connection(), kInsertNotification);
   insert.bindText(1, *trid);
   insert.bindBlob(2, archive(notification));
-  insert.bindText(3, runtime_.dateFormator().getUserLocalTimeStamp());
+  insert.bindText(3, dates_.getUserLocalTimeStamp());
   insert.bindText(4, status);
   insert.step();
 }
@@ -307,9 +304,9 @@ std::optional<std::int64_t> DatabaseSource::journalEvent(const std::string& name
   insert.bindText(1, name);
   insert.bindText(2, data);
   if (insert.step() != SQLITE_DONE) {
-    runtime_.commanMethods().log("cannot journal a message before sending it (" +
-                                 std::string(db ? sqlite3_errmsg(db) : "the database cannot be opened") +
-                                 "); a crash before its answer would lose it");
+    logger_.log("cannot journal a message before sending it (" +
+                std::string(db ? sqlite3_errmsg(db) : "the database cannot be opened") +
+                "); a crash before its answer would lose it");
     return std::nullopt;
   }
   return sqlite3_last_insert_rowid(db);

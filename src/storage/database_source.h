@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "base/logger.h"
+#include "device/date_formator.h"
+#include "device/file_utilities.h"
 #include "orvanta/value.h"
 #include "storage/event_model.h"
 #include "storage/sqlite_handles.h"
@@ -16,9 +19,7 @@
 
 namespace orvanta {
 
-class Runtime;
-
-// One per Runtime. The file is "OrvantaOfflineStore.sqlite" in the folder
+// The file is "OrvantaOfflineStore.sqlite" in the folder
 // "OrvantaDatabase" of the documents folder.
 //
 // Threads: every operation may be called from any thread; all of them run
@@ -43,7 +44,9 @@ class Runtime;
 // the log over.
 class DatabaseSource {
  public:
-  explicit DatabaseSource(Runtime& runtime);
+  // files finds the file; dates stamps inbox rows; logger tells of a message
+  // that could not be journaled. All three must outlive this object.
+  DatabaseSource(FileUtilities& files, DateFormator& dates, const Logger& logger);
   ~DatabaseSource();
   DatabaseSource(const DatabaseSource&) = delete;
   DatabaseSource& operator=(const DatabaseSource&) = delete;
@@ -121,7 +124,9 @@ class DatabaseSource {
   Array receivedNotifications();
   void notificationOpened(const Map& notification, const std::string& status);
 
-  Runtime& runtime_;
+  FileUtilities& files_;
+  DateFormator& dates_;
+  const Logger& logger_;
   mutable std::mutex mutex_;
   // Declared before connection_, which must go first.
   std::unique_ptr<WalCheckpointer> checkpointer_;

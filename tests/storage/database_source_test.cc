@@ -14,9 +14,10 @@
 #include <utility>
 
 #include "platform/testing/temporary_paths.h"
+#include "platform/testing/virtual_clock.h"
 #include "storage/wal_checkpointer.h"
 #include "support/database_probe.h"
-#include "support/test_runtime.h"
+#include "support/value_printer.h"
 
 namespace orvanta {
 namespace {
@@ -56,12 +57,11 @@ class StatementTrace {
   Texts texts_;
 };
 
+// The database alone, over the test doubles of the platform it needs.
 class DatabaseSourceTest : public ::testing::Test {
  protected:
-  DatabaseSource& database() { return runtime_.runtime().databaseSource(); }
-  std::string path() {
-    return testing::databasePathIn(runtime_.platform().paths->documentsDirectory());
-  }
+  DatabaseSource& database() { return database_; }
+  std::string path() { return testing::databasePathIn(paths_.documentsDirectory()); }
   testing::DatabaseProbe probe() { return testing::DatabaseProbe(path()); }
   std::string schemaOf(const std::string& table) {
     const Texts sql = probe().column("SELECT sql FROM sqlite_master WHERE name = '" + table + "'");
@@ -73,11 +73,17 @@ class DatabaseSourceTest : public ::testing::Test {
   }
   // Each delivery one second after the one before, so the order is defined.
   void deliver(const std::string& trid) {
-    runtime_.platform().clock->advance(1);
+    clock_.advance(1);
     database().NotificationReceived(notification(trid), "unread");
   }
 
-  testing::TestRuntime runtime_;
+  // 2023-11-14 22:13:20 UTC, the zone UTC.
+  testing::VirtualClock clock_;
+  testing::TemporaryPaths paths_;
+  FileUtilities files_{paths_};
+  DateFormator dates_{clock_, [] { return std::optional<Date>(); }};
+  Logger logger_{"Orvanta"};
+  DatabaseSource database_{files_, dates_, logger_};
 };
 
 // A file that holds no table yet (what a crash right after the first open
