@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <mutex>
 #include <utility>
@@ -41,10 +42,13 @@ Map notification(const std::string& trid) {
 // Statement texts as SQLite saw them, from the trace of the connection.
 class StatementTrace {
  public:
-  explicit StatementTrace(sqlite3* db) : db_(db) {
-    sqlite3_trace_v2(db_, SQLITE_TRACE_STMT, &record, this);
+  explicit StatementTrace(DatabaseSource& database) : database_(database) {
+    database_.getDBConnection(
+        [this](sqlite3* db) { sqlite3_trace_v2(db, SQLITE_TRACE_STMT, &record, this); });
   }
-  ~StatementTrace() { sqlite3_trace_v2(db_, 0, nullptr, nullptr); }
+  ~StatementTrace() {
+    database_.getDBConnection([](sqlite3* db) { sqlite3_trace_v2(db, 0, nullptr, nullptr); });
+  }
   Texts take() { return std::exchange(texts_, {}); }
 
  private:
@@ -53,7 +57,7 @@ class StatementTrace {
     static_cast<StatementTrace*>(self)->texts_.emplace_back(sql);
     return 0;
   }
-  sqlite3* db_;
+  DatabaseSource& database_;
   Texts texts_;
 };
 
@@ -89,7 +93,7 @@ class DatabaseSourceTest : public ::testing::Test {
 // A file that holds no table yet (what a crash right after the first open
 // leaves behind) is made as a new one is.
 TEST_F(DatabaseSourceTest, FirstCreateMakesBothTablesAndASecondOnlyEnsuresTheInbox) {
-  database().getDBConnection();
+  ASSERT_TRUE(database().openDBConnection());
   ASSERT_TRUE(fs::exists(path()));
   database().createDatabase();
   EXPECT_EQ(schemaOf("OfflineEvents"), kQueueSchema);
@@ -103,7 +107,7 @@ TEST_F(DatabaseSourceTest, FirstCreateMakesBothTablesAndASecondOnlyEnsuresTheInb
 }
 
 TEST_F(DatabaseSourceTest, EveryOperationRunsItsStatementTextExactly) {
-  StatementTrace trace(database().getDBConnection());
+  StatementTrace trace(database());
   database().createDatabase();
   Texts creates;
   for (std::string& text : trace.take()) {
@@ -129,6 +133,44 @@ TEST_F(DatabaseSourceTest, EveryOperationRunsItsStatementTextExactly) {
   database().NotificationOpened(notification("o'k"), "it's read");
   EXPECT_EQ(trace.take(),
             (Texts{"UPDATE trv_notifications SET Status = 'it''s read' WHERE ID LIKE 'o''k%'"}));
+}
+
+// The DBConnection handle: set by each queue operation and cleared by its
+// success, so a failed insert or delete leaves it set. Cases run in order;
+// each starts with the handle closed.
+TEST_F(DatabaseSourceTest, TheHandleIsSetByEachQueueOperationAndClearedOnlyByItsSuccess) {
+  database().createDatabase();
+  EXPECT_FALSE(database().IsDatabaseOpen());
+  EXPECT_FALSE(database().closeDBConnection()) << "nothing to close";
+  struct Case {
+    const char* operation;
+    std::function<void()> run;
+    bool leftSet;
+  };
+  const std::vector<Case> cases{
+      {"open", [&] { EXPECT_TRUE(database().openDBConnection()); }, true},
+      {"reach the connection",
+       [&] { database().getDBConnection([](sqlite3* db) { EXPECT_NE(db, nullptr); }); }, true},
+      {"insert", [&] { EXPECT_TRUE(database().addEvent("pn_open", "data={}")); }, false},
+      {"read", [&] { EXPECT_TRUE(database().getEvent()); }, false},
+      {"delete", [&] { EXPECT_TRUE(database().deleteData(1)); }, false},
+      {"list", [&] { EXPECT_TRUE(database().getAllEvents()); }, false},
+      {"failed insert",
+       [&] {
+         ASSERT_TRUE(probe().execute("DROP TABLE OfflineEvents"));
+         EXPECT_FALSE(database().addEvent("pn_open", "data={}"));
+       },
+       true},
+      {"failed delete", [&] { EXPECT_FALSE(database().deleteData(1)); }, true},
+      {"failed read", [&] { EXPECT_FALSE(database().getEvent()); }, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.operation);
+    c.run();
+    EXPECT_EQ(database().IsDatabaseOpen(), c.leftSet);
+    EXPECT_EQ(database().closeDBConnection(), c.leftSet);
+    EXPECT_FALSE(database().IsDatabaseOpen());
+  }
 }
 
 TEST_F(DatabaseSourceTest, AnOlderFileWithoutInboxGainsItAndKeepsItsQueue) {
