@@ -1,5 +1,7 @@
 #include "device/reachability.h"
 
+#include <utility>
+
 #include "base/notification_hub.h"
 
 namespace orvanta {

@@ -27,7 +27,8 @@ class Reachability {
   Reachability(const Reachability&) = delete;
   Reachability& operator=(const Reachability&) = delete;
 
-  // The general internet route, as source reports it, announced on hub.
+  // The general internet route: source is the platform's watcher of the
+  // default route; changes are announced on hub.
   static std::unique_ptr<Reachability> reachabilityForInternetConnection(NotificationHub& hub,
                                                                          std::shared_ptr<ReachabilitySource> source);
 

@@ -3,98 +3,99 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <mutex>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/logger.h"
+#include "device/date_formator.h"
+#include "device/file_utilities.h"
 #include "orvanta/value.h"
+#include "storage/database.h"
 #include "storage/event_model.h"
-#include "storage/sqlite_handles.h"
-#include "storage/wal_checkpointer.h"
+#include "storage/inflight_journal.h"
+#include "storage/notification_inbox.h"
+#include "storage/offline_queue.h"
 
 namespace orvanta {
 
-class DateFormator;
-class FileUtilities;
-class Logger;
-
-// One per Runtime. The file is "OrvantaOfflineStore.sqlite" in the folder
-// "OrvantaDatabase" of the documents folder.
+// Every operation the rest of the client asks of its database, each handed
+// to the room that owns its table:
+//   Database          the one connection and its lock (database.h)
+//   OfflineQueue      OfflineEvents and the DBConnection handle (offline_queue.h)
+//   NotificationInbox trv_notifications (notification_inbox.h)
+//   InFlightJournal   OrvantaInFlightEvents (inflight_journal.h)
+//   schema            the tables themselves (schema.h)
+// The statement texts are the system's own, byte for byte, and live beside
+// the code that runs them.
+//
+// The file is "OrvantaOfflineStore.sqlite" in the folder "OrvantaDatabase" of
+// the documents folder.
 //
 // Threads: every operation may be called from any thread; all of them run
-// under one lock, so each sees the effects of the ones before it whole.
+// under the one lock, so each sees the effects of the ones before it whole.
 //
-// Connection: one connection stays open from the first operation on (WAL
-// mode, synchronous=NORMAL) and every operation uses it, where the queue
-// operations are defined to open and close a connection each time and the
-// inbox operations a private one. What callers see is unchanged: the
-// DBConnection handle keeps its defined life (opened by openDBConnection and
-// at the start of each queue operation, closed at the end of a successful
-// one, left open by a failed insert or delete), IsDatabaseOpen and
-// closeDBConnection answer accordingly, and a rolled-back or failed open
-// fails the operations the same way. Only an explicit closeDBConnection
+// Connection: one connection stays open from the first operation on and
+// every operation uses it, where the queue operations are defined to open
+// and close a connection each time and the inbox operations a private one.
+// What callers see is unchanged: the DBConnection handle keeps its defined
+// life (set by openDBConnection and at the start of each queue operation,
+// cleared at the end of a successful one, left set by a failed insert or
+// delete), IsDatabaseOpen and closeDBConnection answer by it, and a failed
+// open fails the operations the same way. Only an explicit closeDBConnection
 // really closes the connection; the next operation opens it again.
 //
 // Durability: a committed row survives the death of the process (commits are
 // written to the log before they return). With synchronous=NORMAL the last
 // commits before a power loss may be lost. No commit waits for an fsync or a
-// checkpoint: those run on the checkpointer's thread, beside the operations
-// (SQLite's WAL locking keeps them apart), and take the lock only to start
-// the log over.
+// checkpoint: those run on the checkpointer's thread.
 class DatabaseSource {
  public:
+  // files finds the file; dates stamps inbox rows; logger tells of a message
+  // that could not be journaled. All three must outlive this object.
   DatabaseSource(FileUtilities& files, DateFormator& dates, const Logger& logger);
-  ~DatabaseSource();
   DatabaseSource(const DatabaseSource&) = delete;
   DatabaseSource& operator=(const DatabaseSource&) = delete;
 
-  // Makes the folder, and when no file exists yet the file with both tables
-  // (and the journal) in one transaction; an existing file only gains
-  // trv_notifications (and the journal) if it lacks them: OfflineEvents is
-  // never created in an existing file. A file that holds no table at all
-  // counts as not existing. Errors ignored.
+  // Makes the folder, and when no file exists yet the file with every table
+  // in one transaction; an existing file only gains trv_notifications (and
+  // the journal) if it lacks them: OfflineEvents is never created in an
+  // existing file. A file that holds no table at all counts as not existing.
+  // Errors ignored.
   void createDatabase();
+  // Ensures trv_notifications alone.
   void createNewTablesInDatabase();
 
-  // The DBConnection handle: openDBConnection answers whether it opened;
-  // getDBConnection answers it after openDBConnection, or nullptr when that
-  // failed. IsDatabaseOpen: it is set. closeDBConnection: false when it was
-  // not set, else closes it and answers true. The handle is the connection
-  // every operation uses: whoever uses it directly must keep other threads
-  // from using this object meanwhile.
+  // The DBConnection handle (see OfflineQueue). openDBConnection sets it and
+  // answers whether the connection is open. IsDatabaseOpen: it is set.
+  // closeDBConnection: false when it was not set, else clears it, closes the
+  // connection and answers true. getDBConnection sets it and runs work with
+  // the connection under the lock (nullptr when it cannot be opened), for
+  // tools and tests that must reach SQLite itself; work must neither keep the
+  // connection nor call this object.
   bool openDBConnection();
   bool IsDatabaseOpen() const;
   bool closeDBConnection();
-  sqlite3* getDBConnection();
-  // The handle as it stands (nullptr when not open), without opening it.
-  sqlite3* DBConnection() const;
+  void getDBConnection(const std::function<void(sqlite3*)>& work);
 
   // The queue. addEvent: whether the row was stored. deleteData: false when
   // the statement failed, true when it ran, and true as well when no
   // connection could be opened. getEvent: the row with the lowest ID, or
   // nullopt when the queue is empty or unreadable.
   bool addEvent(const std::string& name, const std::string& data);
-  bool deleteData(std::int32_t id);
+  bool deleteData(std::int64_t id);
   std::optional<OrvantaEventModel> getEvent();
   // Every queued row, oldest first; nullopt when the queue cannot be read
   // (no file, no table). For tools that show the queue; leaves DBConnection
   // as it was.
   std::optional<std::vector<OrvantaEventModel>> getAllEvents();
 
-  // The inbox. A notification is keyed by the text at "payload" -> "trid";
-  // one without a text there is treated as already delivered.
-  // NotificationReceived stores it with status, unless its trid is among the
-  // 10 newest rows (or it has none): then it is marked "read" instead.
-  // NotificationOpened sets status on every row whose ID begins with the trid.
+  // The inbox (see NotificationInbox).
   void NotificationReceived(const Map& notification, const std::string& status);
   void NotificationOpened(const Map& notification, const std::string& status);
-  // Looked up among the 10 newest rows only.
   bool isTRIDPresent(const std::string& trid);
   bool isTRIDOpened(const std::string& trid);
-  // The 10 newest rows, newest first: maps of "ID" (absent when null),
-  // "MessageData" (the stored notification), "DeliverTime", "Status".
   Array GetAllReceivedNotifications();
   bool DeleteAllReceivedNotifications();
 
@@ -112,27 +113,11 @@ class DatabaseSource {
   int recoverJournal();
 
  private:
-  std::string databasePath() const;
-  // The long-lived connection, opened on first use; nullptr when the file
-  // cannot be opened.
-  sqlite3* connection();
-  bool openDBConnectionLocked();
-  sqlite3* getDBConnectionLocked();
-  void createInboxTable();
-  bool holdsNoTable();
-  Array receivedNotifications();
-  void notificationOpened(const Map& notification, const std::string& status);
-
-  FileUtilities& files_;
-  DateFormator& dates_;
-  const Logger& logger_;
-  mutable std::mutex mutex_;
-  // Declared before connection_, which must go first.
-  std::unique_ptr<WalCheckpointer> checkpointer_;
-  sqlite::Connection connection_;
-  // Whether the DBConnection handle is set, as callers of the queue
-  // operations see it (see the class comment).
-  bool dbConnectionSet_ = false;
+  // Declared first: the rooms use it.
+  Database database_;
+  OfflineQueue queue_;
+  NotificationInbox inbox_;
+  InFlightJournal journal_;
 };
 
 }  // namespace orvanta

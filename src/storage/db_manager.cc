@@ -1,6 +1,7 @@
 #include "storage/db_manager.h"
 
 #include <cassert>
+#include <utility>
 
 #include "device/reachability.h"
 #include "storage/database_source.h"
@@ -54,11 +55,11 @@ void DBManager::syncOfflineData() {
   // Sent exactly as stored. The answer comes on a network thread; the flag
   // and the schedule belong to the main queue.
   send_(event->strEventName, event->strEventData, [this, id = event->eventID](int status) {
-        mainQueue_.post([this, id, status] { replayAnswered(id, status); });
-      });
+    mainQueue_.post([this, id, status] { replayAnswered(id, status); });
+  });
 }
 
-void DBManager::replayAnswered(std::int32_t eventID, int status) {
+void DBManager::replayAnswered(std::int64_t eventID, int status) {
   if (status == 200) database_.deleteData(eventID);
   setIsSyncing(false);
   scheduleSync(kReplayInterval);
@@ -76,20 +77,17 @@ void DBManager::setIsSyncing(bool syncing) {
   isSyncing_ = syncing;
 }
 
-Reachability* DBManager::internetReachability() const { return internetReachability_.get(); }
-
 std::optional<std::int64_t> DBManager::recordInFlight(const std::string& method, const std::string& params) {
   return database_.journalEvent(method, params);
 }
 
 void DBManager::settleInFlight(std::optional<std::int64_t> ticket, const std::string& method, const std::string& params,
                                int status) {
-  DatabaseSource& database = database_;
   if (status == 200) {
-    if (ticket) database.dropJournaled(*ticket);
+    if (ticket) database_.dropJournaled(*ticket);
     return;
   }
-  if (ticket && database.moveJournaledToQueue(*ticket)) {
+  if (ticket && database_.moveJournaledToQueue(*ticket)) {
     scheduleSync(kReplayInterval);
     return;
   }

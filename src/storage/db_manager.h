@@ -18,8 +18,10 @@ namespace orvanta {
 class DatabaseSource;
 class Reachability;
 
-// One per Runtime.
-//
+// Sends one stored message exactly as it was stored, then calls answered with
+// the HTTP status (0 when no answer came), on any thread.
+using ReplaySend = std::function<void(const std::string& method, const std::string& params, StatusBlock answered)>;
+
 // The replay runs on the main queue: each run sends the oldest queued row
 // and, once answered, schedules the next run 2 seconds later; a row is
 // deleted only when the answer is 200, so a failing row is retried every 2
@@ -33,15 +35,14 @@ class Reachability;
 class DBManager {
  public:
   // Creates the database, moves journal rows left by an earlier process
-  // into the queue, starts the reachability notifier, observes its
-  // notification and schedules the first run 2 seconds later.
-  // Sends one stored message as it is; answered gets the HTTP status.
-  using ReplaySend = std::function<void(const std::string& method, const std::string& params, StatusBlock answered)>;
-
+  // into the queue, starts a reachability notifier on reachability, observes
+  // its notification on hub and schedules the first run 2 seconds later.
+  // database, mainQueue and hub must outlive this object; send is called from
+  // the main queue.
   DBManager(DatabaseSource& database, MainQueue& mainQueue, NotificationHub& hub,
             std::shared_ptr<ReachabilitySource> reachability, ReplaySend send);
-  // Stops observing and the notifier. The runtime stops the main queue
-  // before, so no scheduled run outlives this object.
+  // Stops observing and the notifier. The main queue must be stopped before,
+  // so that no scheduled run outlives this object.
   ~DBManager();
   DBManager(const DBManager&) = delete;
   DBManager& operator=(const DBManager&) = delete;
@@ -63,8 +64,6 @@ class DBManager {
   bool isSyncing() const;
   void setIsSyncing(bool syncing);
 
-  Reachability* internetReachability() const;
-
   // Journals a message about to be sent for the first time, on the caller's
   // thread (one short transaction). Answers the ticket for settleInFlight,
   // nullopt when it could not be journaled.
@@ -79,7 +78,7 @@ class DBManager {
 
  private:
   void scheduleSync(double delaySeconds);
-  void replayAnswered(std::int32_t eventID, int status);
+  void replayAnswered(std::int64_t eventID, int status);
 
   DatabaseSource& database_;
   MainQueue& mainQueue_;

@@ -6,15 +6,19 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <limits>
 #include <mutex>
 #include <utility>
 
-#include "orvanta/testing/temporary_paths.h"
+#include "platform/testing/temporary_paths.h"
+#include "platform/testing/virtual_clock.h"
 #include "storage/wal_checkpointer.h"
 #include "support/database_probe.h"
-#include "support/test_runtime.h"
+#include "support/value_printer.h"
 
 namespace orvanta {
 namespace {
@@ -38,10 +42,13 @@ Map notification(const std::string& trid) {
 // Statement texts as SQLite saw them, from the trace of the connection.
 class StatementTrace {
  public:
-  explicit StatementTrace(sqlite3* db) : db_(db) {
-    sqlite3_trace_v2(db_, SQLITE_TRACE_STMT, &record, this);
+  explicit StatementTrace(DatabaseSource& database) : database_(database) {
+    database_.getDBConnection(
+        [this](sqlite3* db) { sqlite3_trace_v2(db, SQLITE_TRACE_STMT, &record, this); });
   }
-  ~StatementTrace() { sqlite3_trace_v2(db_, 0, nullptr, nullptr); }
+  ~StatementTrace() {
+    database_.getDBConnection([](sqlite3* db) { sqlite3_trace_v2(db, 0, nullptr, nullptr); });
+  }
   Texts take() { return std::exchange(texts_, {}); }
 
  private:
@@ -50,16 +57,15 @@ class StatementTrace {
     static_cast<StatementTrace*>(self)->texts_.emplace_back(sql);
     return 0;
   }
-  sqlite3* db_;
+  DatabaseSource& database_;
   Texts texts_;
 };
 
+// The database alone, over the test doubles of the platform it needs.
 class DatabaseSourceTest : public ::testing::Test {
  protected:
-  DatabaseSource& database() { return runtime_.databaseSource(); }
-  std::string path() {
-    return testing::databasePathIn(runtime_.platform().paths->documentsDirectory());
-  }
+  DatabaseSource& database() { return database_; }
+  std::string path() { return testing::databasePathIn(paths_.documentsDirectory()); }
   testing::DatabaseProbe probe() { return testing::DatabaseProbe(path()); }
   std::string schemaOf(const std::string& table) {
     const Texts sql = probe().column("SELECT sql FROM sqlite_master WHERE name = '" + table + "'");
@@ -71,17 +77,23 @@ class DatabaseSourceTest : public ::testing::Test {
   }
   // Each delivery one second after the one before, so the order is defined.
   void deliver(const std::string& trid) {
-    runtime_.platform().clock->advance(1);
+    clock_.advance(1);
     database().NotificationReceived(notification(trid), "unread");
   }
 
-  testing::TestRuntime runtime_;
+  // 2023-11-14 22:13:20 UTC, the zone UTC.
+  testing::VirtualClock clock_;
+  testing::TemporaryPaths paths_;
+  FileUtilities files_{paths_};
+  DateFormator dates_{clock_, [] { return std::optional<Date>(); }};
+  Logger logger_{"Orvanta"};
+  DatabaseSource database_{files_, dates_, logger_};
 };
 
 // A file that holds no table yet (what a crash right after the first open
 // leaves behind) is made as a new one is.
 TEST_F(DatabaseSourceTest, FirstCreateMakesBothTablesAndASecondOnlyEnsuresTheInbox) {
-  database().getDBConnection();
+  ASSERT_TRUE(database().openDBConnection());
   ASSERT_TRUE(fs::exists(path()));
   database().createDatabase();
   EXPECT_EQ(schemaOf("OfflineEvents"), kQueueSchema);
@@ -95,7 +107,7 @@ TEST_F(DatabaseSourceTest, FirstCreateMakesBothTablesAndASecondOnlyEnsuresTheInb
 }
 
 TEST_F(DatabaseSourceTest, EveryOperationRunsItsStatementTextExactly) {
-  StatementTrace trace(database().getDBConnection());
+  StatementTrace trace(database());
   database().createDatabase();
   Texts creates;
   for (std::string& text : trace.take()) {
@@ -123,6 +135,44 @@ TEST_F(DatabaseSourceTest, EveryOperationRunsItsStatementTextExactly) {
             (Texts{"UPDATE trv_notifications SET Status = 'it''s read' WHERE ID LIKE 'o''k%'"}));
 }
 
+// The DBConnection handle: set by each queue operation and cleared by its
+// success, so a failed insert or delete leaves it set. Cases run in order;
+// each starts with the handle closed.
+TEST_F(DatabaseSourceTest, TheHandleIsSetByEachQueueOperationAndClearedOnlyByItsSuccess) {
+  database().createDatabase();
+  EXPECT_FALSE(database().IsDatabaseOpen());
+  EXPECT_FALSE(database().closeDBConnection()) << "nothing to close";
+  struct Case {
+    const char* operation;
+    std::function<void()> run;
+    bool leftSet;
+  };
+  const std::vector<Case> cases{
+      {"open", [&] { EXPECT_TRUE(database().openDBConnection()); }, true},
+      {"reach the connection",
+       [&] { database().getDBConnection([](sqlite3* db) { EXPECT_NE(db, nullptr); }); }, true},
+      {"insert", [&] { EXPECT_TRUE(database().addEvent("pn_open", "data={}")); }, false},
+      {"read", [&] { EXPECT_TRUE(database().getEvent()); }, false},
+      {"delete", [&] { EXPECT_TRUE(database().deleteData(1)); }, false},
+      {"list", [&] { EXPECT_TRUE(database().getAllEvents()); }, false},
+      {"failed insert",
+       [&] {
+         ASSERT_TRUE(probe().execute("DROP TABLE OfflineEvents"));
+         EXPECT_FALSE(database().addEvent("pn_open", "data={}"));
+       },
+       true},
+      {"failed delete", [&] { EXPECT_FALSE(database().deleteData(1)); }, true},
+      {"failed read", [&] { EXPECT_FALSE(database().getEvent()); }, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.operation);
+    c.run();
+    EXPECT_EQ(database().IsDatabaseOpen(), c.leftSet);
+    EXPECT_EQ(database().closeDBConnection(), c.leftSet);
+    EXPECT_FALSE(database().IsDatabaseOpen());
+  }
+}
+
 TEST_F(DatabaseSourceTest, AnOlderFileWithoutInboxGainsItAndKeepsItsQueue) {
   fs::create_directories(fs::path(path()).parent_path());
   ASSERT_EQ(
@@ -143,7 +193,7 @@ TEST_F(DatabaseSourceTest, QueueIsFirstInFirstOutByIdAndNeverReusesIds) {
   ASSERT_TRUE(database().addEvent("pn_login", "data={}"));
   ASSERT_TRUE(database().addEvent("app_activity", quoted));
   Rows read;
-  std::vector<std::int32_t> ids;
+  std::vector<std::int64_t> ids;
   while (const auto event = database().getEvent()) {
     ASSERT_LT(read.size(), 3u) << "a deleted row came back";
     read.push_back({event->strEventName, event->strEventData});
@@ -155,6 +205,29 @@ TEST_F(DatabaseSourceTest, QueueIsFirstInFirstOutByIdAndNeverReusesIds) {
   EXPECT_EQ(read,
             (Rows{{"pn_login", "data={}"}, {"app_activity", quoted}, {"pn_logout", "data={}"}}));
   EXPECT_TRUE(ids[0] < ids[1] && ids[1] < ids[2]) << ::testing::PrintToString(ids);
+}
+
+// A row whose ID does not fit in 32 bits is read back whole, and deleting it
+// never hits the row whose ID is its low 32 bits.
+TEST_F(DatabaseSourceTest, IdsBeyond32BitsAreReadBackAndDeletedExactly) {
+  database().createDatabase();
+  const auto insert = [&](std::int64_t id, const std::string& data) {
+    return probe().execute("INSERT INTO OfflineEvents (ID, EventName, EventData) VALUES (" +
+                           std::to_string(id) + ", 'pn_open', '" + data + "')");
+  };
+  for (const std::int64_t id : {std::int64_t{1} << 31, (std::int64_t{1} << 32) + 7,
+                                std::numeric_limits<std::int64_t>::max()}) {
+    SCOPED_TRACE(id);
+    ASSERT_TRUE(insert(id, "large"));
+    const std::optional<OrvantaEventModel> event = database().getEvent();
+    ASSERT_TRUE(event);
+    EXPECT_EQ(event->eventID, id);
+
+    ASSERT_TRUE(insert(static_cast<std::int32_t>(id), "wrapped"));
+    EXPECT_TRUE(database().deleteData(id));
+    EXPECT_EQ(probe().column("SELECT EventData FROM OfflineEvents"), (Texts{"wrapped"}));
+    ASSERT_TRUE(probe().execute("DELETE FROM OfflineEvents"));
+  }
 }
 
 TEST_F(DatabaseSourceTest, InboxStoresTheWholeNotificationOnceAndASecondDeliveryMarksItRead) {

@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "device/reachability.h"
-#include "net/web_service_handler.h"
+#include "orvanta/app_tracking.h"
 #include "storage/database_source.h"
 #include "storage/db_manager.h"
 #include "support/database_probe.h"
@@ -38,10 +38,11 @@ class OfflineReplayTest : public ::testing::Test {
   DBManager& manager() { return runtime_.dbManager(); }
   testing::ManualMainQueue& mainQueue() { return *runtime_.platform().mainQueue; }
   testing::ScriptedHttpClient& http() { return *runtime_.platform().http; }
-  Texts onDisk(const std::string& sql) {
+  testing::DatabaseProbe probe() {
     const std::string documents = runtime_.platform().paths->documentsDirectory();
-    return testing::DatabaseProbe(testing::databasePathIn(documents)).column(sql);
+    return testing::DatabaseProbe(testing::databasePathIn(documents));
   }
+  Texts onDisk(const std::string& sql) { return probe().column(sql); }
   // The queue as "name data", oldest first; the journal's size.
   Texts queued() {
     return onDisk("SELECT EventName || ' ' || EventData FROM OfflineEvents ORDER BY ID");
@@ -109,6 +110,18 @@ TEST_F(OfflineReplayTest, ARunWhileARequestIsInFlightDoesNothing) {
   EXPECT_EQ(http().requestCount(), 2u);
 }
 
+// The answered row is deleted by its whole ID: one cut to 32 bits would miss
+// it, and the row would go out again.
+TEST_F(OfflineReplayTest, ARowWhoseIdIsBeyond32BitsIsSentOnce) {
+  const std::string id = std::to_string((std::int64_t{1} << 32) + 1);
+  ASSERT_TRUE(probe().execute("INSERT INTO OfflineEvents (ID, EventName, EventData) VALUES (" + id +
+                              ", 'pn_open', 'data=1')"));
+  manager();
+  mainQueue().advance(4);
+  EXPECT_EQ(sent_, (std::vector<Sent>{{"data=1", 2}}));
+  EXPECT_TRUE(queued().empty());
+}
+
 // A message is journaled from just before its first send until the answer.
 // The replay loop has ended on an empty queue: a failure schedules its own.
 TEST_F(OfflineReplayTest, AFailedFirstSendMovesExactlyWhatWasSentIntoTheQueueAndIsReplayed) {
@@ -116,8 +129,8 @@ TEST_F(OfflineReplayTest, AFailedFirstSendMovesExactlyWhatWasSentIntoTheQueueAnd
   mainQueue().advance(2);
   int reported = 0;
   auto track = [&] {
-    runtime_.webServiceHandler().callPostService("app_activity", Map{{"eventid", 101}},
-                                                           [&](int status) { reported = status; });
+    runtime_.runtime().appTracking().sendAppTrackingEvent(101,
+                                                          [&](int status) { reported = status; });
     return reported;
   };
   http().holdAnswers(true);
