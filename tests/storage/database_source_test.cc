@@ -14,8 +14,8 @@
 #include <mutex>
 #include <utility>
 
-#include "platform/testing/temporary_paths.h"
-#include "platform/testing/virtual_clock.h"
+#include "orvanta/testing/temporary_paths.h"
+#include "orvanta/testing/virtual_clock.h"
 #include "storage/wal_checkpointer.h"
 #include "support/database_probe.h"
 #include "support/value_printer.h"
