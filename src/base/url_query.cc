@@ -6,7 +6,7 @@
 #include <ranges>
 #include <string>
 
-#include "orvanta/json.h"
+#include "base/utf8.h"
 
 namespace orvanta {
 namespace {
@@ -17,13 +17,7 @@ namespace {
 std::optional<std::string> percentDecode(std::string_view text) {
   std::string out(text);
   out.resize(uriUnescapeInPlaceExA(out.data(), URI_FALSE, URI_BR_DONT_TOUCH) - out.data());
-  // The JSON writer checks UTF-8 strictly (no overlong form, surrogate or
-  // code point beyond U+10FFFF) and throws on anything else.
-  try {
-    (void)Json(out).dump();
-  } catch (const Json::type_error&) {
-    return std::nullopt;
-  }
+  if (!isUtf8(out)) return std::nullopt;
   return out;
 }
 
