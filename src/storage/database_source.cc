@@ -14,7 +14,8 @@ DatabaseSource::DatabaseSource(FileUtilities& files, DateFormator& dates, const 
     : database_([&files] { return files.getFilePathAsPerFolder(kFolder, kFile); }),
       queue_(database_),
       inbox_(database_, dates),
-      journal_(database_, logger) {}
+      journal_(database_, logger),
+      reports_(database_, inbox_, journal_) {}
 
 // Opening makes a missing file, which then holds no table: so it is new to
 // the schema as well.
@@ -63,5 +64,15 @@ bool DatabaseSource::dropJournaled(std::int64_t id) { return journal_.drop(id); 
 bool DatabaseSource::moveJournaledToQueue(std::int64_t id) { return journal_.moveToQueue(id); }
 
 int DatabaseSource::recoverJournal() { return journal_.moveAllToQueue(); }
+
+InboxWrite DatabaseSource::recordDelivery(const Map& notification, const std::string& status,
+                                          const std::optional<JournalEntry>& report) {
+  return reports_.recordDelivery(notification, status, report);
+}
+
+InboxWrite DatabaseSource::recordOpening(const std::string& trid, const std::string& status,
+                                         const JournalEntry& report) {
+  return reports_.recordOpening(trid, status, report);
+}
 
 }  // namespace orvanta

@@ -14,6 +14,7 @@
 #include "orvanta/value.h"
 #include "storage/database.h"
 #include "storage/event_model.h"
+#include "storage/inbox_reports.h"
 #include "storage/inflight_journal.h"
 #include "storage/notification_inbox.h"
 #include "storage/offline_queue.h"
@@ -26,6 +27,8 @@ namespace orvanta {
 //   OfflineQueue      OfflineEvents and the DBConnection handle (offline_queue.h)
 //   NotificationInbox trv_notifications (notification_inbox.h)
 //   InFlightJournal   OrvantaInFlightEvents (inflight_journal.h)
+//   InboxReports      an inbox change with its report's journal row, in one
+//                     transaction (inbox_reports.h)
 //   schema            the tables themselves (schema.h)
 // The statement texts are the system's own, byte for byte, and live beside
 // the code that runs them.
@@ -112,12 +115,21 @@ class DatabaseSource {
   bool moveJournaledToQueue(std::int64_t id);
   int recoverJournal();
 
+  // A notification's delivery or opening together with the report it
+  // decides (see InboxReports): the inbox row and the report's journal row
+  // are written in one transaction, or neither is. The report is then sent
+  // with the answered ticket and settled as every journaled message is.
+  InboxWrite recordDelivery(const Map& notification, const std::string& status,
+                            const std::optional<JournalEntry>& report);
+  InboxWrite recordOpening(const std::string& trid, const std::string& status, const JournalEntry& report);
+
  private:
   // Declared first: the rooms use it.
   Database database_;
   OfflineQueue queue_;
   NotificationInbox inbox_;
   InFlightJournal journal_;
+  InboxReports reports_;
 };
 
 }  // namespace orvanta

@@ -18,18 +18,21 @@ constexpr const char* kJournalDeleteAll = "DELETE FROM OrvantaInFlightEvents";
 InFlightJournal::InFlightJournal(Database& database, const Logger& logger) : database_(database), logger_(logger) {}
 
 std::optional<std::int64_t> InFlightJournal::record(const std::string& name, const std::string& data) {
-  return database_.run([&](sqlite3* db) -> std::optional<std::int64_t> {
-    sqlite::Statement insert(db, kJournalInsert);
-    insert.bindText(1, name);
-    insert.bindText(2, data);
-    if (insert.step() != SQLITE_DONE) {
-      logger_.log("cannot journal a message before sending it (" +
-                  std::string(db ? sqlite3_errmsg(db) : "the database cannot be opened") +
-                  "); a crash before its answer would lose it");
-      return std::nullopt;
-    }
-    return sqlite3_last_insert_rowid(db);
-  });
+  return database_.run([&](sqlite3* db) { return recordIn(db, name, data); });
+}
+
+std::optional<std::int64_t> InFlightJournal::recordIn(sqlite3* db, const std::string& name,
+                                                      const std::string& data) const {
+  sqlite::Statement insert(db, kJournalInsert);
+  insert.bindText(1, name);
+  insert.bindText(2, data);
+  if (insert.step() != SQLITE_DONE) {
+    logger_.log("cannot journal a message before sending it (" +
+                std::string(db ? sqlite3_errmsg(db) : "the database cannot be opened") +
+                "); a crash before its answer would lose it");
+    return std::nullopt;
+  }
+  return sqlite3_last_insert_rowid(db);
 }
 
 bool InFlightJournal::drop(std::int64_t id) {

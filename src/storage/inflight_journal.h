@@ -22,6 +22,9 @@ class InFlightJournal {
 
   // The row's ticket; nullopt, and a log line, when it could not be written.
   std::optional<std::int64_t> record(const std::string& name, const std::string& data);
+  // record, for a caller that already holds the connection under the
+  // database's lock: the row then shares the caller's transaction.
+  std::optional<std::int64_t> recordIn(sqlite3* db, const std::string& name, const std::string& data) const;
   // Whether a row went.
   bool drop(std::int64_t id);
   // Moves the row to the end of OfflineEvents in one transaction; on failure

@@ -11,14 +11,9 @@ constexpr const char* kInsertNotification =
     "INSERT INTO trv_notifications (ID, Message, DeliverTime, Status) VALUES (?,?,?,?)";
 constexpr const char* kNewestNotifications = "SELECT * FROM trv_notifications order by DeliverTime desc limit 10";
 constexpr const char* kDeleteNotifications = "DELETE FROM trv_notifications";
-
-std::optional<std::string> tridOf(const Map& notification) {
-  const Value* payload = notification.find("payload");
-  if (payload == nullptr || !payload->isMap()) return std::nullopt;
-  const Value* trid = payload->asMap()->find("trid");
-  if (trid == nullptr || !trid->isString()) return std::nullopt;
-  return *trid->asString();
-}
+// Ours: the prefix compared as it is, with both values bound.
+constexpr const char* kMarkExactPrefix =
+    "UPDATE trv_notifications SET Status = ?1 WHERE substr(ID, 1, length(?2)) = ?2";
 
 // Single quotes doubled, for a value spliced between quotes into SQL text.
 std::string quoted(const std::string& text) {
@@ -65,7 +60,7 @@ Array newestRows(sqlite3* db) {
 }
 
 void markOpened(sqlite3* db, const Map& notification, const std::string& status) {
-  const std::optional<std::string> trid = tridOf(notification);
+  const std::optional<std::string> trid = inboxKeyOf(notification);
   if (!trid) return;
   // The trid is matched as a prefix (LIKE 'trid%'), so the values are spliced
   // into the text rather than bound.
@@ -76,22 +71,25 @@ void markOpened(sqlite3* db, const Map& notification, const std::string& status)
 
 }  // namespace
 
+std::optional<std::string> inboxKeyOf(const Map& notification) {
+  const Value* payload = notification.find("payload");
+  if (payload == nullptr || !payload->isMap()) return std::nullopt;
+  const Value* trid = payload->asMap()->find("trid");
+  if (trid == nullptr || !trid->isString()) return std::nullopt;
+  return *trid->asString();
+}
+
 NotificationInbox::NotificationInbox(Database& database, const DateFormator& dates)
     : database_(database), dates_(dates) {}
 
 void NotificationInbox::received(const Map& notification, const std::string& status) {
   database_.run([&](sqlite3* db) {
-    const std::optional<std::string> trid = tridOf(notification);
-    if (!trid || findByTrid(newestRows(db), *trid) != nullptr) {
+    const std::optional<std::string> trid = inboxKeyOf(notification);
+    if (!trid || isPresentIn(db, *trid)) {
       markOpened(db, notification, "read");
       return;
     }
-    sqlite::Statement insert(db, kInsertNotification);
-    insert.bindText(1, *trid);
-    insert.bindBlob(2, archive(notification));
-    insert.bindText(3, dates_.getUserLocalTimeStamp());
-    insert.bindText(4, status);
-    insert.step();
+    insertIn(db, notification, status);
   });
 }
 
@@ -100,15 +98,11 @@ void NotificationInbox::opened(const Map& notification, const std::string& statu
 }
 
 bool NotificationInbox::isPresent(const std::string& trid) {
-  return database_.run([&](sqlite3* db) { return findByTrid(newestRows(db), trid) != nullptr; });
+  return database_.run([&](sqlite3* db) { return isPresentIn(db, trid); });
 }
 
 bool NotificationInbox::isOpened(const std::string& trid) {
-  return database_.run([&](sqlite3* db) {
-    const Array rows = newestRows(db);
-    const Map* row = findByTrid(rows, trid);
-    return row != nullptr && *row->find("Status") == Value("read");
-  });
+  return database_.run([&](sqlite3* db) { return isOpenedIn(db, trid); });
 }
 
 Array NotificationInbox::newest() { return database_.run(newestRows); }
@@ -118,6 +112,34 @@ bool NotificationInbox::removeAll() {
     sqlite::Statement remove(db, kDeleteNotifications);
     return remove.ok() && remove.step() == SQLITE_DONE;
   });
+}
+
+bool NotificationInbox::isPresentIn(sqlite3* db, const std::string& trid) const {
+  return findByTrid(newestRows(db), trid) != nullptr;
+}
+
+bool NotificationInbox::isOpenedIn(sqlite3* db, const std::string& trid) const {
+  const Array rows = newestRows(db);
+  const Map* row = findByTrid(rows, trid);
+  return row != nullptr && *row->find("Status") == Value("read");
+}
+
+bool NotificationInbox::insertIn(sqlite3* db, const Map& notification, const std::string& status) const {
+  const std::optional<std::string> trid = inboxKeyOf(notification);
+  if (!trid) return false;
+  sqlite::Statement insert(db, kInsertNotification);
+  insert.bindText(1, *trid);
+  insert.bindBlob(2, archive(notification));
+  insert.bindText(3, dates_.getUserLocalTimeStamp());
+  insert.bindText(4, status);
+  return insert.step() == SQLITE_DONE;
+}
+
+bool NotificationInbox::markExactPrefixIn(sqlite3* db, const std::string& trid, const std::string& status) const {
+  sqlite::Statement mark(db, kMarkExactPrefix);
+  mark.bindText(1, status);
+  mark.bindText(2, trid);
+  return mark.step() == SQLITE_DONE;
 }
 
 }  // namespace orvanta

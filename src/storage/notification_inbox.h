@@ -2,6 +2,7 @@
 // notification with the whole notification and its read state.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "device/date_formator.h"
@@ -31,9 +32,24 @@ class NotificationInbox {
   Array newest();
   bool removeAll();
 
+  // The steps of a caller that already holds the connection under the
+  // database's lock, for changes that must share its transaction. Each
+  // answers whether its statements ran.
+  //   isPresentIn, isOpenedIn: as isPresent and isOpened.
+  //   insertIn: one new row for the notification (which has a text trid).
+  //   markExactPrefixIn: status on every row whose ID begins with the trid,
+  //   compared byte for byte (no pattern characters, no case folding).
+  bool isPresentIn(sqlite3* db, const std::string& trid) const;
+  bool isOpenedIn(sqlite3* db, const std::string& trid) const;
+  bool insertIn(sqlite3* db, const Map& notification, const std::string& status) const;
+  bool markExactPrefixIn(sqlite3* db, const std::string& trid, const std::string& status) const;
+
  private:
   Database& database_;
   const DateFormator& dates_;
 };
+
+// The text at "payload" -> "trid", or nullopt when there is none.
+std::optional<std::string> inboxKeyOf(const Map& notification);
 
 }  // namespace orvanta
