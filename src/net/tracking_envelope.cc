@@ -30,7 +30,7 @@ std::int64_t timestampNumber(const std::string& stamp) {
 
 }  // namespace
 
-void OrvantaWebServiceHandler::callPostService(const std::string& method, const Map& info, StatusBlock block) {
+Map OrvantaWebServiceHandler::commonFields(const Map& info) {
   Map object;
   object.reserve(kTypicalFieldCount + info.size());
   object.set("identity", identity_.getIdentity());
@@ -49,11 +49,14 @@ void OrvantaWebServiceHandler::callPostService(const std::string& method, const 
   object.set("make", kMake);
   object.set("model", deviceModel_);
   for (const auto& [key, value] : info) object.set(key, value);
-  postPreparedDictionaryToServer(std::move(object), method, std::move(block));
+  return object;
 }
 
-void OrvantaWebServiceHandler::postPreparedDictionaryToServer(Map trackingObject, const std::string& method,
-                                                              StatusBlock block) {
+void OrvantaWebServiceHandler::callPostService(const std::string& method, const Map& info, StatusBlock block) {
+  postPreparedDictionaryToServer(commonFields(info), method, std::move(block));
+}
+
+std::string OrvantaWebServiceHandler::envelope(Map trackingObject) {
   // The stored id wins over a renewed one kept only in memory, except for the
   // message right after the renewal; that is the session rule as it stands.
   model_.setStrSessionid(settings_.getTextFromDefaults(settings_key::kSessionId));
@@ -61,11 +64,24 @@ void OrvantaWebServiceHandler::postPreparedDictionaryToServer(Map trackingObject
   trackingObject.set("sessionid", model_.strSessionid());
   sessions_.addDeepLinkParametersInDict(trackingObject);
   trackingObject.set("adid", appHost_.advertisingIdentifier());
+  return "data=" + dumpJson(trackingObject);
+}
 
-  std::string params = "data=" + dumpJson(trackingObject);
+void OrvantaWebServiceHandler::postPreparedDictionaryToServer(Map trackingObject, const std::string& method,
+                                                              StatusBlock block) {
+  std::string params = envelope(std::move(trackingObject));
   // Journaled before it leaves, so a process killed mid-flight still has it.
+  const auto ticket = offlineQueue_.recordInFlight(method, params);
+  sendJournaled(method, params, ticket, std::move(block));
+}
+
+std::string OrvantaWebServiceHandler::prepareTrackingMessage(const Map& info) {
+  return envelope(commonFields(info));
+}
+
+void OrvantaWebServiceHandler::sendJournaled(const std::string& method, const std::string& params,
+                                             std::optional<std::int64_t> ticket, StatusBlock block) {
   auto& queue = offlineQueue_;
-  const auto ticket = queue.recordInFlight(method, params);
   postRequestDataToTheServer(method, params,
                              [&queue, ticket, method, params, block = std::move(block)](int status) {
                                queue.settleInFlight(ticket, method, params, status);

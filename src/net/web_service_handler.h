@@ -3,6 +3,7 @@
 // tracking envelope that every message travels in.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -55,7 +56,23 @@ class OrvantaWebServiceHandler {
   // The profile message: its own field set, joined at postPreparedDictionaryToServer.
   void callProfilePushService(const Value& payload, StatusBlock block);
 
+  // For a caller that journals a message itself, in one transaction with a
+  // change of its own: the parameter text callPostService would send for
+  // info, built now (session check and attribution included) and not sent.
+  std::string prepareTrackingMessage(const Map& info);
+  // Sends params, journaled under ticket (nullopt: not journaled), and
+  // settles it by the answer as every message is: 200 drops the journal row,
+  // anything else moves it to the offline queue. The block (may be empty)
+  // then gets the status.
+  void sendJournaled(const std::string& method, const std::string& params, std::optional<std::int64_t> ticket,
+                     StatusBlock block);
+
  private:
+  // The common fields, then info.
+  Map commonFields(const Map& info);
+  // Session, attribution and advertising id added: "data=" + compact JSON.
+  std::string envelope(Map trackingObject);
+
   HttpClient& http_;
   const std::string trackingBaseUrl_;
   const AppHost& appHost_;
