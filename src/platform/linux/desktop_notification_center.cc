@@ -18,10 +18,16 @@ void DesktopNotificationCenter::setCategories(std::vector<NotificationCategory> 
 }
 
 void DesktopNotificationCenter::scheduleLocalNotification(LocalNotification notification) {
+  // "--": a title or body that begins with "-" is text, not an option.
+  std::vector<std::string> arguments{"--", notification.title, notification.body};
+  if (notification.title.empty()) arguments = {"--", notification.body};
   std::string error;
-  if (!startDetached("notify-send", {notification.title, notification.body}, &error)) {
+  if (!startDetached("notify-send", arguments, &error)) {
     logLine("Orvanta cannot show a desktop notification: " + error);
   }
 }
+
+// Nothing on this desktop reports back, so there is nothing to hand over.
+void DesktopNotificationCenter::setDelegate(NotificationCenterDelegate /*delegate*/) {}
 
 }  // namespace orvanta

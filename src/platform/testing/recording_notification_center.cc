@@ -1,5 +1,7 @@
 #include "orvanta/testing/recording_notification_center.h"
 
+#include <memory>
+
 namespace orvanta::testing {
 
 void RecordingNotificationCenter::requestAuthorization(int options, AuthorizationCompletion completion) {
@@ -19,12 +21,17 @@ void RecordingNotificationCenter::registerUserNotificationSettings(int types) {
 
 void RecordingNotificationCenter::setCategories(std::vector<NotificationCategory> categories) {
   std::lock_guard lock(mutex_);
-  categories_ = std::move(categories);
+  categoryRegistrations_.push_back(std::move(categories));
 }
 
 void RecordingNotificationCenter::scheduleLocalNotification(LocalNotification notification) {
   std::lock_guard lock(mutex_);
   localNotifications_.push_back(std::move(notification));
+}
+
+void RecordingNotificationCenter::setDelegate(NotificationCenterDelegate delegate) {
+  std::lock_guard lock(delegateMutex_);
+  delegate_ = std::move(delegate);
 }
 
 void RecordingNotificationCenter::setGranted(bool granted) {
@@ -44,12 +51,32 @@ std::vector<int> RecordingNotificationCenter::settingsRegistrations() const {
 
 std::vector<NotificationCategory> RecordingNotificationCenter::categories() const {
   std::lock_guard lock(mutex_);
-  return categories_;
+  return categoryRegistrations_.empty() ? std::vector<NotificationCategory>{} : categoryRegistrations_.back();
+}
+
+std::vector<std::vector<NotificationCategory>> RecordingNotificationCenter::categoryRegistrations() const {
+  std::lock_guard lock(mutex_);
+  return categoryRegistrations_;
 }
 
 std::vector<LocalNotification> RecordingNotificationCenter::localNotifications() const {
   std::lock_guard lock(mutex_);
   return localNotifications_;
+}
+
+bool RecordingNotificationCenter::respond(const NotificationRequest& notification) {
+  std::lock_guard lock(delegateMutex_);
+  if (!delegate_.didReceiveResponse) return false;
+  delegate_.didReceiveResponse(notification);
+  return true;
+}
+
+std::optional<int> RecordingNotificationCenter::present(const NotificationRequest& notification) {
+  // Shared with the completion, which a delegate may keep and call late.
+  auto answered = std::make_shared<std::optional<int>>();
+  std::lock_guard lock(delegateMutex_);
+  if (delegate_.willPresent) delegate_.willPresent(notification, [answered](int options) { *answered = options; });
+  return *answered;
 }
 
 }  // namespace orvanta::testing

@@ -24,6 +24,18 @@ void RecordingViews::dismissWebPage(int id) {
   presented_.erase(id);
 }
 
+int RecordingViews::presentWebScreen(WebScreenRequest request) {
+  std::lock_guard lock(mutex_);
+  const int id = nextId_++;
+  screens_.emplace(id, std::move(request));
+  return id;
+}
+
+void RecordingViews::dismissWebScreen(int id) {
+  std::lock_guard lock(mutex_);
+  screens_.erase(id);
+}
+
 void RecordingViews::setScreen(Rect bounds, Orientation orientation) {
   std::lock_guard lock(mutex_);
   bounds_ = bounds;
@@ -33,6 +45,11 @@ void RecordingViews::setScreen(Rect bounds, Orientation orientation) {
 std::map<int, WebPageRequest> RecordingViews::presented() const {
   std::lock_guard lock(mutex_);
   return presented_;
+}
+
+std::map<int, WebScreenRequest> RecordingViews::screens() const {
+  std::lock_guard lock(mutex_);
+  return screens_;
 }
 
 }  // namespace orvanta::testing
