@@ -24,6 +24,8 @@ struct Config {
   std::string bundleIdentifier;
   std::string bundleShortVersion = "1.0";
   std::string bundleExecutableName;  // empty: the bundle identifier stands in
+  // The URL schemes the app declares: a notification's link in which one of
+  // them occurs (and no "http") goes to the host's push task manager delegate.
   std::vector<std::string> urlSchemes;
 
   // Server trust: accepted as presented unless the host turns verification on.

@@ -8,7 +8,9 @@
 #include "orvanta/app_tracking.h"
 #include "orvanta/config.h"
 #include "orvanta/installation.h"
+#include "orvanta/open_in_service.h"
 #include "orvanta/platform/platform.h"
+#include "orvanta/push_task_manager.h"
 #include "orvanta/shared_manager.h"
 
 namespace orvanta {
@@ -44,6 +46,8 @@ class Runtime {
   OrvantaSharedManager& sharedManager();
   OrvantaInstallation& installation();
   OrvantaAppTracking& appTracking();
+  OrvantaPushTaskManager& pushTaskManager();
+  OpenInService& openInService();
 
  private:
   struct Components;

@@ -1,8 +1,9 @@
 // Every component of one runtime, in start-up order. Each is built from the
 // platform, the config and the components above it, so a constructor cycle
 // cannot be written; the few calls that run the other way (the launch event
-// sent from the settings helper, the replay sent through the request layer)
-// are callables that the runtime binds. Destruction runs in reverse order.
+// sent from the settings helper, the replay sent through the request layer,
+// the notification centre's responses and presentations) are callables that
+// the runtime binds. Destruction runs in reverse order.
 #pragma once
 
 #include "base/logger.h"
@@ -14,6 +15,9 @@
 #include "device/date_formator.h"
 #include "device/file_utilities.h"
 #include "net/web_service_handler.h"
+#include "notifications/notification_reporter.h"
+#include "orvanta/open_in_service.h"
+#include "orvanta/push_task_manager.h"
 #include "orvanta/runtime.h"
 #include "storage/database_source.h"
 #include "storage/db_manager.h"
@@ -34,6 +38,9 @@ struct Runtime::Components {
   DatabaseSource databaseSource;
   DBManager dbManager;
   OrvantaWebServiceHandler webServiceHandler;
+  NotificationReporter notificationReporter;
+  OpenInService openInService;
+  OrvantaPushTaskManager pushTaskManager;
   OrvantaAppTracking appTracking;
   OrvantaInstallation installation;
   OrvantaSharedManager sharedManager;

@@ -1,5 +1,7 @@
 // What each facade class works through: the components the runtime hands it
-// when it builds the facade. Hosts see only the facades' declarations.
+// when it builds the facade. Hosts see only the facades' declarations. The
+// notification facades (OrvantaPushTaskManager, OpenInService) are
+// implemented in src/notifications and keep their Impl there.
 #pragma once
 
 #include <memory>
@@ -18,6 +20,7 @@ class DateFormator;
 class DBManager;
 class OrvantaCommanMethods;
 class OrvantaDataModel;
+class OrvantaPushTaskManager;
 class OrvantaWebServiceHandler;
 class Sessions;
 
@@ -34,6 +37,7 @@ struct OrvantaSharedManager::Impl {
   Sessions& sessions;
   DBManager& offlineQueue;
   DatabaseSource& database;
+  OrvantaPushTaskManager& pushTaskManager;  // takes the launch options
 };
 
 struct OrvantaInstallation::Impl {

@@ -4,6 +4,8 @@
 #include <optional>
 #include <utility>
 
+#include "notifications/open_in_service_impl.h"
+#include "notifications/push_task_manager_impl.h"
 #include "runtime/components.h"
 #include "runtime/facade_impls.h"
 
@@ -30,16 +32,34 @@ Runtime::Components::Components(const Platform& platform, const Config& config)
                 }),
       webServiceHandler(*platform.http, config.trackingBaseUrl, *platform.appHost, dataModel, commanMethods,
                         dateFormator, sessions, identity, dbManager),
+      notificationReporter(databaseSource, webServiceHandler, commanMethods, *platform.standardSettings, logger),
+      openInService(std::make_unique<OpenInService::Impl>(*platform.appHost)),
+      pushTaskManager(std::make_unique<OrvantaPushTaskManager::Impl>(
+          *platform.mainQueue, *platform.appHost, *platform.notificationCenter, notificationReporter, sessions,
+          openInService, config.urlSchemes, logger)),
       appTracking(std::make_unique<OrvantaAppTracking::Impl>(OrvantaAppTracking::Impl{webServiceHandler})),
       installation(std::make_unique<OrvantaInstallation::Impl>(
           OrvantaInstallation::Impl{*platform.standardSettings, commanMethods, identity, webServiceHandler})),
       sharedManager(std::make_unique<OrvantaSharedManager::Impl>(OrvantaSharedManager::Impl{
           config.bundleShortVersion, *platform.mainQueue, platform.appHost, *platform.notificationCenter,
           *platform.standardSettings, dataModel, dateFormator, commanMethods, identity, sessions, dbManager,
-          databaseSource})) {
+          databaseSource, pushTaskManager})) {
   if (config.trackingBaseUrl.empty()) {
     logger.log("no tracking URL is configured: messages are kept in the offline queue and nothing is sent");
   }
+  // The user's responses and foreground presentations come back from the
+  // platform's centre; ~Runtime takes this delegate back first.
+  platform.notificationCenter->setDelegate(NotificationCenterDelegate{
+      .didReceiveResponse =
+          [this](const NotificationRequest& notification) {
+            pushTaskManager.userNotificationdidReceiveNotificationResponse(notification);
+          },
+      .willPresent =
+          [this](const NotificationRequest& notification, std::function<void(int)> completion) {
+            pushTaskManager.userNotificationWillPresentNotification(notification);
+            sharedManager.userNotificationCenter(notification.userInfo, completion);
+          },
+  });
 }
 
 Runtime::Runtime(Platform platform, Config config)
@@ -47,6 +67,8 @@ Runtime::Runtime(Platform platform, Config config)
       components_(std::make_unique<Components>(platform_, config_)) {}
 
 Runtime::~Runtime() {
+  // No response or presentation reaches the components from here on.
+  platform_.notificationCenter->setDelegate({});
   // Requests still in flight complete now with status 0, so their messages
   // move to the offline queue while the components are all still here.
   platform_.http->stop();
@@ -58,6 +80,8 @@ Runtime::~Runtime() {
 OrvantaSharedManager& Runtime::sharedManager() { return components_->sharedManager; }
 OrvantaInstallation& Runtime::installation() { return components_->installation; }
 OrvantaAppTracking& Runtime::appTracking() { return components_->appTracking; }
+OrvantaPushTaskManager& Runtime::pushTaskManager() { return components_->pushTaskManager; }
+OpenInService& Runtime::openInService() { return components_->openInService; }
 
 Runtime::Components& internals(Runtime& runtime) { return *runtime.components_; }
 

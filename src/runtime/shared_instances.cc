@@ -7,6 +7,8 @@ namespace orvanta {
 OrvantaSharedManager& OrvantaSharedManager::sharedInstance() { return Runtime::shared().sharedManager(); }
 OrvantaInstallation& OrvantaInstallation::sharedInstance() { return Runtime::shared().installation(); }
 OrvantaAppTracking& OrvantaAppTracking::sharedInstance() { return Runtime::shared().appTracking(); }
+OrvantaPushTaskManager& OrvantaPushTaskManager::sharedInstance() { return Runtime::shared().pushTaskManager(); }
+OpenInService& OpenInService::sharedInstance() { return Runtime::shared().openInService(); }
 OrvantaDataModel& OrvantaDataModel::sharedInstance() { return internals(Runtime::shared()).dataModel; }
 OrvantaWebServiceHandler& OrvantaWebServiceHandler::sharedInstance() {
   return internals(Runtime::shared()).webServiceHandler;

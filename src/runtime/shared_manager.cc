@@ -9,6 +9,7 @@
 #include "core/data_model.h"
 #include "core/sessions.h"
 #include "device/date_formator.h"
+#include "orvanta/push_task_manager.h"
 #include "orvanta/version.h"
 #include "runtime/facade_impls.h"
 #include "storage/database_source.h"
@@ -89,11 +90,10 @@ void OrvantaSharedManager::registerForPushNotifications() {
   }
 }
 
-void OrvantaSharedManager::handleApplicationLaunchEvent(const std::optional<Map>& /*launchOptions*/,
+void OrvantaSharedManager::handleApplicationLaunchEvent(const std::optional<Map>& launchOptions,
                                                         const std::string& applicationId) {
-  // Launch options matter only to notification intake, which this library
-  // does not have yet; they are accepted so hosts can call the final form.
   setUpApplicationId(applicationId);
+  impl_->pushTaskManager.handelApplicationLaunchEvent(launchOptions);
 }
 
 void OrvantaSharedManager::userNotificationCenter(const Map& /*notification*/,
