@@ -36,6 +36,9 @@ TEST_F(CliTest, BadCommandLinesGetTheUsageAndStatus2AndLaunchNothing) {
       {{"track", "101", R"({"s^name": })"}, "PAYLOAD_JSON is not valid JSON at byte 12:"},
       {{"profile", "alice", "{'city': 'Oslo'}"}, "ATTRS_JSON is not valid JSON at byte 2:"},
       {{"register", "--token", "zz"}, "--token must be hexadecimal"},
+      {{"receive", R"(["payload"])"}, "PAYLOAD must be a JSON object"},
+      {{"respond", "{}", "--state", "asleep"}, "--state must be active, inactive or background"},
+      {{"action", "myapp://x"}, "missing PAYLOAD"},
   };
   for (const auto& [words, complaint] : cases) {
     SCOPED_TRACE(complaint);

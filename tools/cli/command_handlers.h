@@ -18,6 +18,15 @@ Action parseLogin(Arguments& words);
 Action parseLogout(Arguments& words);
 Action parseProfile(Arguments& words);
 
+// notification_commands.cc
+Action parseReceive(Arguments& words);
+Action parseRespond(Arguments& words);
+Action parsePresent(Arguments& words);
+Action parseAction(Arguments& words);
+Action parseLocal(Arguments& words);
+Action parseLaunchFrom(Arguments& words);
+Action parseExtension(Arguments& words);
+
 // inspect_commands.cc
 Action parseQueue(Arguments& words);
 Action parseInbox(Arguments& words);

@@ -41,6 +41,8 @@ const std::map<std::string, Setter, std::less<>>& valueOptions() {
       {"--bundle-id", [](GlobalOptions& o, const std::string& v) { o.config.bundleIdentifier = v; }},
       {"--app-version", [](GlobalOptions& o, const std::string& v) { o.config.bundleShortVersion = v; }},
       {"--wait", [](GlobalOptions& o, const std::string& v) { o.waitSeconds = seconds(v); }},
+      {"--scheme", [](GlobalOptions& o, const std::string& v) { o.config.urlSchemes.push_back(v); }},
+      {"--system-version", [](GlobalOptions& o, const std::string& v) { o.systemVersion = v; }},
   };
   return options;
 }
@@ -58,6 +60,10 @@ CommandLine parseCommandLine(const std::vector<std::string>& args) {
     }
     if (flag == "--quiet") {
       line.options.quiet = true;
+      continue;
+    }
+    if (flag == "--no-delegate") {
+      line.options.hostDelegate = false;
       continue;
     }
     auto option = valueOptions().find(flag);
@@ -88,6 +94,9 @@ std::string usageText() {
       "  --app-version V      bundle short version\n"
       "  --wait SECONDS       time limit for the offline queue to empty (default 10)\n"
       "  --quiet              no line per HTTP exchange\n"
+      "  --scheme S           a URL scheme the app declares (repeatable)\n"
+      "  --no-delegate        the app sets no push task manager delegate\n"
+      "  --system-version V   the system version the app sees (default 17.0)\n"
       "\n"
       "commands:\n";
   for (const Command& command : commands()) {

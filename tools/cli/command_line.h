@@ -14,7 +14,8 @@ struct GlobalOptions {
   std::string home;
   // The application id given to start-up.
   std::string appId = "orvanta-cli";
-  // Tracking and rules base URLs, bundle identifier and short version.
+  // Tracking and rules base URLs, bundle identifier and short version, the
+  // URL schemes the app declares.
   Config config = [] {
     Config defaults;
     defaults.bundleIdentifier = "io.orvanta.cli";
@@ -24,6 +25,10 @@ struct GlobalOptions {
   double waitSeconds = 10;
   // Leave out the line per HTTP exchange.
   bool quiet = false;
+  // The device's system version the app sees.
+  std::string systemVersion = "17.0";
+  // Whether the app gives the push task manager a delegate (--no-delegate: not).
+  bool hostDelegate = true;
 };
 
 struct CommandLine {

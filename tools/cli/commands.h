@@ -25,6 +25,9 @@ struct Command {
   // Reads the command's words, before anything else happens, and answers the
   // action. Throws UsageError.
   Action (*parse)(Arguments& words);
+  // Whether the action runs before the app's start-up instead of after it
+  // (it prepares the launch, as the launch options do).
+  bool beforeStartUp = false;
 };
 
 // Every command, in the order the usage text lists them.

@@ -1,14 +1,30 @@
 #include "cli/host.h"
 
+#include <future>
 #include <thread>
 
+#include "cli/exit_before_sending.h"
 #include "orvanta/platform/platform.h"
+#include "orvanta/push_task_manager.h"
 #include "orvanta/shared_manager.h"
 
 namespace orvanta::cli {
 namespace {
 
 constexpr auto kPollInterval = std::chrono::milliseconds(100);
+
+// The longest delay of the library's notification handling: an opening
+// 0.5 s after a launch from a notification or a tap in the background.
+constexpr double kLongestNotificationDelaySeconds = 0.5;
+
+std::shared_ptr<OrvantaPushTaskManagerDelegate> hostDelegate(bool wanted, const std::shared_ptr<Output>& output) {
+  if (!wanted) return nullptr;
+  auto delegate = std::make_shared<OrvantaPushTaskManagerDelegate>();
+  delegate->handleNotificationOpenAction = [output](const Map&, const std::optional<std::string>& link) {
+    output->line("host-link " + link.value_or("-"));
+  };
+  return delegate;
+}
 
 std::string statusText(int status) {
   if (status == 200) return "200";
@@ -22,16 +38,32 @@ Host::Host(const GlobalOptions& options, std::shared_ptr<Output> output)
       applicationId_(options.appId),
       config_(options.config),
       platform_(makeLinuxPlatform(config_, options.home)),
-      http_(std::make_shared<TracingHttpClient>(platform_.http, output_)),
+      http_(std::make_shared<TracingHttpClient>(std::make_shared<ExitBeforeSending>(platform_.http), output_)),
+      appHost_(std::make_shared<SimulatedAppHost>(platform_.appHost, options.systemVersion, output_)),
+      notificationCenter_(std::make_shared<SimulatedNotificationCenter>(platform_.notificationCenter, output_)),
+      delegate_(hostDelegate(options.hostDelegate, output_)),
       inspection_(platform_, config_) {
   platform_.http = http_;
+  platform_.appHost = appHost_;
+  platform_.notificationCenter = notificationCenter_;
 }
 
 Host::~Host() { runtime_.reset(); }
 
 void Host::launch() {
   runtime_ = std::make_unique<Runtime>(platform_, config_);
-  runtime_->sharedManager().handleApplicationLaunchEvent(std::nullopt, applicationId_);
+  runtime_->pushTaskManager().setDelegate(delegate_);
+  runtime_->sharedManager().handleApplicationLaunchEvent(launchOptions_, applicationId_);
+}
+
+bool Host::waitForDelayedWork(Deadline deadline) {
+  if (!delayedWork_) return true;
+  // Tasks due at the same time run in the order they were posted, so this
+  // one runs after every delay of that length started before it.
+  auto done = std::make_shared<std::promise<void>>();
+  std::future<void> ran = done->get_future();
+  platform_.mainQueue->postAfter(kLongestNotificationDelaySeconds, [done] { done->set_value(); });
+  return ran.wait_until(deadline) == std::future_status::ready;
 }
 
 StatusBlock Host::expectStatus(std::string label) {

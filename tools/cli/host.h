@@ -10,8 +10,11 @@
 
 #include "cli/command_line.h"
 #include "cli/output.h"
+#include "cli/simulated_app_host.h"
+#include "cli/simulated_notification_center.h"
 #include "cli/tracing_http_client.h"
 #include "orvanta/inspection.h"
+#include "orvanta/push_task_manager_delegate.h"
 #include "orvanta/runtime.h"
 
 namespace orvanta::cli {
@@ -26,8 +29,10 @@ struct QueueState {
 };
 
 // One invocation of the simulated app on the Linux platform rooted at the
-// app's home folder, its HTTP traced. A launch runs a runtime of its own (not
-// the shared one); commands that only look use the read-only inspection.
+// app's home folder, its HTTP traced, its application state, system version,
+// link opening and notification centre simulated (see SimulatedAppHost and
+// SimulatedNotificationCenter). A launch runs a runtime of its own (not the
+// shared one); commands that only look use the read-only inspection.
 class Host {
  public:
   Host(const GlobalOptions& options, std::shared_ptr<Output> output);
@@ -43,9 +48,22 @@ class Host {
   const Inspection& inspection() const { return inspection_; }
   Output& output() { return *output_; }
 
-  // Builds the runtime and runs the app's start-up, as a host calls it at
-  // launch, with no launch options.
+  SimulatedAppHost& appHost() { return *appHost_; }
+  SimulatedNotificationCenter& notificationCenter() { return *notificationCenter_; }
+
+  // The launch options the next launch hands to start-up (none unless set).
+  void setLaunchOptions(Map options) { launchOptions_ = std::move(options); }
+  // Builds the runtime, gives the push task manager the app's delegate
+  // (unless --no-delegate: it prints "host-link LINK", or "host-link -"
+  // for none), and runs the app's start-up as a host calls it at launch.
   void launch();
+  // The command may have set off delayed work (an opening 0.0 s or 0.5 s
+  // later on the main queue), which the launch waits for.
+  void expectDelayedWork() { delayedWork_ = true; }
+  // When delayed work is expected: waits until the main queue has run what
+  // was due within the library's longest notification delay (0.5 s) from
+  // now, or until the deadline; false when the deadline came first.
+  bool waitForDelayedWork(Deadline deadline);
 
   // The completion for one message the command sends: prints
   // "<label> -> <status>" and counts as pending until it has run.
@@ -67,6 +85,12 @@ class Host {
   const Config config_;
   Platform platform_;
   const std::shared_ptr<TracingHttpClient> http_;
+  const std::shared_ptr<SimulatedAppHost> appHost_;
+  const std::shared_ptr<SimulatedNotificationCenter> notificationCenter_;
+  // The host owns its delegate; the library holds it weakly. Null with --no-delegate.
+  const std::shared_ptr<OrvantaPushTaskManagerDelegate> delegate_;
+  std::optional<Map> launchOptions_;
+  bool delayedWork_ = false;
   const Inspection inspection_;
   // Completions run on network threads, the last ones inside ~Runtime.
   std::mutex mutex_;

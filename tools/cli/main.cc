@@ -17,6 +17,8 @@ namespace {
 constexpr int kQueueLeft = 1;
 constexpr int kCommandFailed = 1;
 constexpr int kUsage = 2;
+// Far beyond the 0.5 s of the library's longest notification delay.
+constexpr auto kDelayedWorkLimit = std::chrono::seconds(60);
 
 // What main needs once the words are read: the command and its action.
 struct Invocation {
@@ -53,11 +55,15 @@ int run(const Invocation& invocation) {
     return 0;
   }
 
+  if (invocation.command->beforeStartUp) invocation.action(*host);
   host->launch();
-  invocation.action(*host);
+  if (!invocation.command->beforeStartUp) invocation.action(*host);
   auto deadline = std::chrono::steady_clock::now() +
                   std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                       std::chrono::duration<double>(options.waitSeconds));
+  // What the command set off on the main queue (a delayed opening) first,
+  // as it may send messages of its own; --wait does not cut it short.
+  host->waitForDelayedWork(std::chrono::steady_clock::now() + kDelayedWorkLimit);
   host->waitForCompletions(deadline);
   const QueueState state = host->waitUntilSettled(deadline);
   // The app closes before the last line, so that what closing prints (the
