@@ -3,7 +3,9 @@
 # the reference server (orvanta-devserver) on a free loopback port:
 #   first launch (event 20), registration and login, custom events with typed
 #   payloads, an outage during which messages wait in the offline queue, the
-#   server's return with the queue replayed in order, and a later launch (21).
+#   server's return with the queue replayed in order, a later launch (21), and
+#   a notification received twice, opened twice and received again after a
+#   restart, reported delivered once and opened once.
 # It prints what the library sent as it happened, then the server's timeline
 # of what it received, and a verdict. Exit status 0 only when nothing was lost.
 #
@@ -156,9 +158,27 @@ app start
 chapter "A later launch: nothing left to replay"
 app start
 
+chapter "A notification: received twice, opened twice (once from its action button), again after a restart"
+# The app declares the scheme demoapp: the notification's own link goes to
+# the app, its action button's web link to the system.
+trid="spring-sale-7"
+notification=$(jq -cn --arg trid "$trid" '{
+  aps: {alert: {title: "Spring sale", body: "Half price on running shoes"}},
+  payload: {trid: $trid,
+            deeplink: "demoapp://offers/spring?__ktm_source=push&__ktm_medium=notification&__ktm_id=7",
+            actionButton: [{actionDeeplink: "https://shop.example/spring|sale", actionName: "Shop now"}]}}')
+app --scheme demoapp receive "$notification"
+app --scheme demoapp receive "$notification"
+app --scheme demoapp respond --state inactive "$notification"
+app --scheme demoapp action "https://shop.example/spring|sale" "$notification"
+app --scheme demoapp extension "$notification"
+app inbox
+# The inbox decides: one delivery report and one opening report.
+handed+=("pn_deliver 12" "pn_open 13")
+
 chapter "What the server received (every POST, with its answer)"
 messages=$(curl -sS --fail "${page}api/messages")
-printf '  %3s  %-12s  %-13s %4s  %-13s %-6s  %-23s %s\n' seq received method id event answer "" payload
+printf '  %3s  %-12s  %-13s %4s  %-22s %-6s  %-23s %s\n' seq received method id event answer "" payload
 # Two launches within one second send identical bodies, so a queued body is
 # matched once, by the first arrival after the server came back.
 jq -r --argjson after "$back_after" --slurpfile queued <(jq -s 'map(.data)' "$demo/queued.jsonl") '
@@ -170,11 +190,11 @@ jq -r --argjson after "$back_after" --slurpfile queued <(jq -s 'map(.data)' "$de
   | [ (.seq | tostring), .received_at[11:23], .method,
       (if .eventid then (.eventid | tostring) else "-" end), .event, (.status | tostring),
       (if .replayed then "replayed from the queue" else "-" end),
-      (.data.payload // .data.profileDetails // "" | if . == "" then "" else tojson end) ]
+      (.data.payload // .data.profileDetails // .data.trid // "" | if . == "" then "" else tojson end) ]
   | @tsv' <<< "$messages" |
   while IFS=$'\t' read -r seq time method eventid event status note detail; do
     [ "$note" = "-" ] && note=""
-    printf '  %3s  %s  %-13s %4s  %-13s %-6s  %-23s %s\n' "$seq" "$time" "$method" "$eventid" "$event" \
+    printf '  %3s  %s  %-13s %4s  %-22s %-6s  %-23s %s\n' "$seq" "$time" "$method" "$eventid" "$event" \
       "$status" "$note" "$detail"
   done
 
@@ -187,6 +207,10 @@ missing=$(comm -23 <(echo "$sent_keys") <(echo "$delivered"))
 lost=$(grep -c . <<< "$missing" || true)
 duplicates=$(comm -13 <(echo "$sent_keys") <(echo "$delivered") | grep -c . || true)
 sent=${#handed[@]}
+# The notification's reports answered 200, per method.
+notification_reports=$(jq -r --arg trid "$trid" '[.[] | select(.status == 200 and .data.trid == $trid) | .method]
+  | "pn_deliver \(map(select(. == "pn_deliver")) | length), pn_open \(map(select(. == "pn_open")) | length)"' \
+  <<< "$messages")
 
 chapter "Verdict"
 printf '(the library'"'"'s own log lines are in %s)\n' "$demo/orvanta.log"
@@ -202,9 +226,10 @@ else
   printf 'The server has stopped. To browse what it received at %s, start it again on its store:\n' "$page"
   printf '  %s --port %s --db %s\n' "$devserver" "$port" "$received"
 fi
+printf 'notification %s: %s (each once is right)\n' "$trid" "$notification_reports"
 printf 'sent %d, received %d, lost %d\n' "$sent" "$((sent - lost))" "$lost"
 if $serve; then
   trap 'stop_server; exit 0' INT TERM
   wait "$server_pid" || true
 fi
-[ "$lost" -eq 0 ]
+[ "$lost" -eq 0 ] && [ "$notification_reports" = "pn_deliver 1, pn_open 1" ]
