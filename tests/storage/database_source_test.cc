@@ -16,6 +16,7 @@
 
 #include "orvanta/testing/temporary_paths.h"
 #include "orvanta/testing/virtual_clock.h"
+#include "storage/database_source_fixture.h"
 #include "storage/wal_checkpointer.h"
 #include "support/database_probe.h"
 #include "support/value_printer.h"
@@ -32,12 +33,6 @@ constexpr const char* kQueueSchema =
     "EventData TEXT)";
 constexpr const char* kInboxSchema =
     "CREATE TABLE trv_notifications (ID TEXT, Message TEXT, DeliverTime TEXT, Status TEXT)";
-
-Map notification(const std::string& trid) {
-  return Map{{"aps", Map{{"alert", Map{{"title", "Sale"}}}, {"badge", 3}}},
-             {"payload", Map{{"trid", trid}, {"deeplink", "shop://offers?atcm=spring"}}},
-             {"extra", Map{{"list", Array{1, 2.5, "x", Value(Null{})}}, {"raw", Bytes{0, 255}}}}};
-}
 
 // Statement texts as SQLite saw them, from the trace of the connection.
 class StatementTrace {
@@ -59,35 +54,6 @@ class StatementTrace {
   }
   DatabaseSource& database_;
   Texts texts_;
-};
-
-// The database alone, over the test doubles of the platform it needs.
-class DatabaseSourceTest : public ::testing::Test {
- protected:
-  DatabaseSource& database() { return database_; }
-  std::string path() { return testing::databasePathIn(paths_.documentsDirectory()); }
-  testing::DatabaseProbe probe() { return testing::DatabaseProbe(path()); }
-  std::string schemaOf(const std::string& table) {
-    const Texts sql = probe().column("SELECT sql FROM sqlite_master WHERE name = '" + table + "'");
-    return sql.empty() ? "" : sql.front();
-  }
-  // Every inbox row, oldest first, as "ID=Status", straight from the file.
-  Texts inbox() {
-    return probe().column("SELECT ID || '=' || Status FROM trv_notifications ORDER BY rowid");
-  }
-  // Each delivery one second after the one before, so the order is defined.
-  void deliver(const std::string& trid) {
-    clock_.advance(1);
-    database().NotificationReceived(notification(trid), "unread");
-  }
-
-  // 2023-11-14 22:13:20 UTC, the zone UTC.
-  testing::VirtualClock clock_;
-  testing::TemporaryPaths paths_;
-  FileUtilities files_{paths_};
-  DateFormator dates_{clock_, [] { return std::optional<Date>(); }};
-  Logger logger_{"Orvanta"};
-  DatabaseSource database_{files_, dates_, logger_};
 };
 
 // A file that holds no table yet (what a crash right after the first open

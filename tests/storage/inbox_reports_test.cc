@@ -8,10 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "orvanta/testing/temporary_paths.h"
-#include "orvanta/testing/virtual_clock.h"
-#include "storage/database_source.h"
-#include "support/database_probe.h"
+#include "storage/database_source_fixture.h"
 
 namespace orvanta {
 namespace {
@@ -19,33 +16,25 @@ namespace {
 using Texts = std::vector<std::string>;
 using Outcome = InboxWrite::Outcome;
 
-Map notificationWith(const std::string& trid) { return Map{{"payload", Map{{"trid", trid}, {"deeplink", "x://y"}}}}; }
-
 JournalEntry report(const std::string& method, const std::string& trid) { return {method, "data=" + trid}; }
 
-// Two database objects on one file: this process and another one.
-class InboxReportsTest : public ::testing::Test {
+// A second database object on the same file: another process.
+class InboxReportsTest : public DatabaseSourceTest {
  protected:
   InboxReportsTest() { database_.createDatabase(); }
 
   InboxWrite deliver(DatabaseSource& database, const std::string& trid) {
     clock_.advance(1);
-    return database.recordDelivery(notificationWith(trid), "unread", report("pn_deliver", trid));
+    return database.recordDelivery(notification(trid), "unread", report("pn_deliver", trid));
   }
   InboxWrite open(DatabaseSource& database, const std::string& trid) {
     return database.recordOpening(trid, "read", report("pn_open", trid));
   }
-  testing::DatabaseProbe probe() { return testing::DatabaseProbe(testing::databasePathIn(paths_.documentsDirectory())); }
-  // Every inbox row, oldest first, as "ID=Status", and every journal row's data.
-  Texts inbox() { return probe().column("SELECT ID || '=' || Status FROM trv_notifications ORDER BY rowid"); }
-  Texts journal() { return probe().column("SELECT EventName || ' ' || EventData FROM OrvantaInFlightEvents ORDER BY ID"); }
+  // Every journal row, oldest first, as "method data".
+  Texts journal() {
+    return probe().column("SELECT EventName || ' ' || EventData FROM OrvantaInFlightEvents ORDER BY ID");
+  }
 
-  testing::VirtualClock clock_;
-  testing::TemporaryPaths paths_;
-  FileUtilities files_{paths_};
-  DateFormator dates_{clock_, [] { return std::optional<Date>(); }};
-  Logger logger_{"Orvanta"};
-  DatabaseSource database_{files_, dates_, logger_};
   DatabaseSource otherProcess_{files_, dates_, logger_};
 };
 
@@ -65,7 +54,7 @@ TEST_F(InboxReportsTest, AChangeAndItsReportAreWrittenOnceWhicheverConnectionCom
   EXPECT_EQ(inbox(), (Texts{"t-1=read"}));
   EXPECT_EQ(journal(), (Texts{"pn_deliver data=t-1", "pn_open data=t-1"}));
   // A delivery without report (the extension sent it) is stored alone.
-  EXPECT_EQ(database_.recordDelivery(notificationWith("t-2"), "unread", std::nullopt).outcome, Outcome::Written);
+  EXPECT_EQ(database_.recordDelivery(notification("t-2"), "unread", std::nullopt).outcome, Outcome::Written);
   EXPECT_EQ(journal().size(), 2u);
   EXPECT_EQ(database_.recordDelivery(Map{{"payload", Map{{"trid", 7}}}}, "unread", report("pn_deliver", "7")).outcome,
             Outcome::Unchanged)
