@@ -1,7 +1,6 @@
 // Following links: the app's own go to the host's delegate, every other one
 // (and every one holding "http") to the system.
 #include <algorithm>
-#include <cctype>
 #include <string_view>
 
 #include "core/sessions.h"
@@ -16,7 +15,7 @@ namespace {
 // empty needle occurs nowhere, as the platform's search has it.
 bool containsIgnoringCase(std::string_view text, std::string_view needle) {
   if (needle.empty()) return false;
-  const auto lower = [](unsigned char c) { return std::tolower(c); };
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
   return !std::ranges::search(text, needle, {}, lower, lower).empty();
 }
 

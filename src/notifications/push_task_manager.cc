@@ -2,12 +2,12 @@
 // user's responses, foreground presentations and the service extension.
 #include "orvanta/push_task_manager.h"
 
-#include <string_view>
 #include <utility>
 
 #include "notifications/notification_categories.h"
 #include "notifications/notification_payload.h"
 #include "notifications/push_task_manager_impl.h"
+#include "notifications/version_order.h"
 
 namespace orvanta {
 namespace {
@@ -22,40 +22,6 @@ constexpr double kNextTurnSeconds = 0.0;
 constexpr const char* kForegroundAlertsVersion = "10.0";
 constexpr const char* kLocalTitlesVersion = "8.2";
 constexpr double kLocalNotificationDelaySeconds = 1.0;
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-// The run of digits at the start of text, without its leading zeros.
-std::string_view digitRun(std::string_view text, std::size_t& length) {
-  length = 0;
-  while (length < text.size() && isDigit(text[length])) ++length;
-  std::string_view run = text.substr(0, length);
-  while (run.size() > 1 && run.front() == '0') run.remove_prefix(1);
-  return run;
-}
-
-// Version texts compared as the platform's numeric search compares them:
-// runs of digits by their value, other characters one by one, and a text
-// that runs out first comes first; so "9.3" < "10.0" and "10" < "10.0".
-bool versionBelow(std::string_view version, std::string_view bound) {
-  while (!version.empty() && !bound.empty()) {
-    if (isDigit(version.front()) && isDigit(bound.front())) {
-      std::size_t versionLength = 0;
-      std::size_t boundLength = 0;
-      const std::string_view a = digitRun(version, versionLength);
-      const std::string_view b = digitRun(bound, boundLength);
-      if (a.size() != b.size()) return a.size() < b.size();
-      if (a != b) return a < b;
-      version.remove_prefix(versionLength);
-      bound.remove_prefix(boundLength);
-    } else {
-      if (version.front() != bound.front()) return version.front() < bound.front();
-      version.remove_prefix(1);
-      bound.remove_prefix(1);
-    }
-  }
-  return version.size() < bound.size();
-}
 
 }  // namespace
 
