@@ -45,7 +45,6 @@ class FrequencyRecordStore {
 
   std::string currentSessionId() const;
   std::int64_t todaysDay() const;
-  const DateFormator& dates() const { return dates_; }
 
   [[nodiscard]] std::unique_lock<std::recursive_mutex> hold();
 

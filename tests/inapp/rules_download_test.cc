@@ -9,14 +9,6 @@
 namespace orvanta::testing {
 namespace {
 
-using Ids = std::vector<std::string>;
-
-Ids candidateIds(const OrvantaPopupManager& manager, std::int64_t eventId) {
-  Ids ids;
-  for (const auto& rule : manager.checkInAppRuleForEventId(eventId)) ids.push_back(rule->strRuleId.value_or("-"));
-  return ids;
-}
-
 // The components on the runtime's real request layer, answered by the
 // scripted HTTP client.
 class ServedRules : public ::testing::Test {
