@@ -34,8 +34,8 @@ test-asan:
 	$(CTEST) --test-dir $(ASAN_BUILD)
 
 # The suites where threads meet (client state, tracking, queue and replay,
-# the platform adapters, notification intake) under ThreadSanitizer.
-TSAN_SUITES = base core net storage platform notifications
+# in-app rules, the platform adapters, notification intake) under ThreadSanitizer.
+TSAN_SUITES = base core net storage inapp platform notifications
 test-tsan:
 	cmake -S . -B $(TSAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DORVANTA_SANITIZE=thread -DORVANTA_BUILD_TOOLS=OFF
 	cmake --build $(TSAN_BUILD) -j $(JOBS) --target $(addprefix test_,$(TSAN_SUITES))

@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   build-essential cmake pkg-config
   libsqlite3-dev libsqlitecpp-dev libcurl4-openssl-dev nlohmann-json3-dev libcpp-httplib-dev
-  liburiparser-dev libmnl-dev
+  liburiparser-dev libmnl-dev libicu-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   iproute2 tzdata
   curl jq

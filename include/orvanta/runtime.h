@@ -19,8 +19,8 @@ class Runtime {
  public:
   // Builds every component at once, in a fixed order: the database is made
   // and messages a killed process left in flight join the offline queue, the
-  // reachability notifier starts and the first replay is scheduled on the
-  // main queue. Nothing is sent before the host's first call.
+  // reachability notifier starts and the first replay of that queue is
+  // scheduled on the main queue, 2 seconds later.
   Runtime(Platform platform, Config config);
   // Fails what is in flight over HTTP (so it lands in the offline queue),
   // stops the main queue, flushes the settings, then destroys the

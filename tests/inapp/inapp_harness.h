@@ -1,0 +1,147 @@
+// The in-app components built from their constructors on the test platform,
+// with rule documents written as JSON text.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/logger.h"
+#include "core/data_model.h"
+#include "device/date_formator.h"
+#include "inapp/frequency_record_store.h"
+#include "inapp/popup_event.h"
+#include "inapp/popup_manager.h"
+#include "inapp/rule_parser.h"
+#include "orvanta/json.h"
+#include "orvanta/testing/test_platform.h"
+
+namespace orvanta::testing {
+
+// The test platform's start, 2023-11-14 22:13:20 UTC: a Tuesday.
+inline constexpr double kStart = 1700000000;
+inline constexpr const char* kStartSession = "231114221320";
+// The client has been running this long at the start.
+inline constexpr double kRunningFor = 60;
+
+inline Value json(std::string_view text) {
+  std::optional<Value> value = parseJson(text);
+  if (!value) ADD_FAILURE() << "not JSON: " << text;
+  return value.value_or(Value());
+}
+
+inline Map jsonMap(std::string_view text) { return *json(text).asMap(); }
+
+// A rule for eventList that passes every check at the start (valid from a
+// day before to a day after, content, everyone). extra JSON members replace
+// those defaults: of a repeated key the last one counts.
+inline std::string ruleText(std::string_view id, std::string_view eventList, std::string_view extra = "") {
+  std::string text = R"({"id":")" + std::string(id) + R"(","fromDate":"2023-11-13T00:00:00",)" +
+                     R"("toDate":"2023-11-16T00:00:00","whatTo":"popup=)" + std::string(id) + R"(",)" +
+                     R"("whomTo":{"eventList":")" + std::string(eventList) + R"("})";
+  if (!extra.empty()) text += "," + std::string(extra);
+  return text + "}";
+}
+
+inline std::string documentText(const std::vector<std::string>& rules) {
+  std::string text = R"({"InAppRuleList":[)";
+  for (std::size_t i = 0; i < rules.size(); ++i) text += (i ? "," : "") + rules[i];
+  return text + "]}";
+}
+
+using Ids = std::vector<std::string>;
+
+// The ids of eventId's candidates in the order they are tried ("-": no id).
+inline Ids candidateIds(const OrvantaPopupManager& manager, std::int64_t eventId) {
+  Ids ids;
+  for (const auto& rule : manager.checkInAppRuleForEventId(eventId)) ids.push_back(rule->strRuleId.value_or("-"));
+  return ids;
+}
+
+class InAppHarness {
+ public:
+  explicit InAppHarness(long utcOffsetSeconds = 0, std::string rulesBaseUrl = "https://rules.test/")
+      : platform(std::make_shared<TestPlatform>(Date{kStart}, utcOffsetSeconds)), rulesBaseUrl_(std::move(rulesBaseUrl)) {
+    model.setIntializationDate(Date{kStart - kRunningFor});
+    model.setStrSessionid(kStartSession);
+    model.setStrAppID("app");
+  }
+
+  // Downloads document as the rules server's 200 answer.
+  void load(const Value& document) {
+    getService = [document](const std::string&, OrvantaWebServiceHandler::GetBlock answered) {
+      answered(200, document);
+    };
+    manager.getPopupConfigurationData();
+  }
+  void loadRules(const std::vector<std::string>& rules) { load(json(documentText(rules))); }
+
+  // The events' popups shown so far (by rule id), once the main queue ran.
+  std::vector<std::string> shown() {
+    platform->mainQueue->runUntilIdle();
+    std::lock_guard lock(mutex_);
+    return shown_;
+  }
+  std::vector<PopupTrace> traces() const {
+    std::lock_guard lock(mutex_);
+    return traces_;
+  }
+  PopupTrace lastTrace() const {
+    std::lock_guard lock(mutex_);
+    return traces_.empty() ? PopupTrace{} : traces_.back();
+  }
+  std::optional<OrvantaFrequencyCapping> record(const std::string& id) const {
+    return records.getSavedFrequencyWithId(id);
+  }
+  void advance(double seconds) { platform->clock->advance(seconds); }
+
+  std::shared_ptr<TestPlatform> platform;
+
+ private:
+  const std::string rulesBaseUrl_;
+
+ public:
+  OrvantaDataModel model;
+  const Logger logger{"Orvanta"};
+  DateFormator dates{*platform->clock, [this] { return model.intializationDate(); }};
+  FrequencyRecordStore records{*platform->standardSettings, dates, model};
+  OrvantaInAppPopopRuleParser parser{dates, records};
+  std::atomic<bool> reachable{true};
+  // The process-wide launch event, one per test here.
+  std::atomic<std::int64_t> popupEvent{kPopupEventNone};
+  OrvantaPopupManager::GetService getService;
+  OrvantaPopupManager manager{
+      model,
+      dates,
+      *platform->appHost,
+      parser,
+      records,
+      *platform->mainQueue,
+      popupEvent,
+      logger,
+      rulesBaseUrl_,
+      [this](const std::string& url, OrvantaWebServiceHandler::GetBlock answered) {
+        getService(url, std::move(answered));
+      },
+      [this] { return reachable.load(); },
+      [this](const OrvantaInAppRules& rule) {
+        std::lock_guard lock(mutex_);
+        shown_.push_back(rule.strRuleId.value_or("(no id)"));
+      },
+      [this](const PopupTrace& trace) {
+        std::lock_guard lock(mutex_);
+        traces_.push_back(trace);
+      }};
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> shown_;
+  std::vector<PopupTrace> traces_;
+};
+
+}  // namespace orvanta::testing
