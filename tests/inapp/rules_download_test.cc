@@ -30,60 +30,44 @@ class ServedRules : public ::testing::Test {
   TestRuntime app{in.platform};
 };
 
-TEST_F(ServedRules, TheAppsDocumentReplacesTheWholeList) {
-  serveRules({ruleText("a", "5"), ruleText("b", "6")});
-  ASSERT_EQ(in.platform->http->requestCount(), 1u);
-  EXPECT_EQ(in.platform->http->requests()[0].method, "GET");
-  EXPECT_EQ(in.platform->http->requests()[0].url, "https://rules.test/inappactivity/app.json");
-  EXPECT_EQ(candidateIds(in.manager, 5), Ids{"a"});
-
-  serveRules({ruleText("c", "6")});
-  EXPECT_EQ(candidateIds(in.manager, 5), Ids{});
-  EXPECT_EQ(candidateIds(in.manager, 6), Ids{"c"});
-  serve(200, R"({"InAppRuleList":"none"})");
-  EXPECT_EQ(in.manager.arrInAppRules()->rules().size(), 0u);
-}
-
-// Whatever goes wrong with a download, the rules in force stay.
-TEST_F(ServedRules, AFailedDownloadKeepsTheRules) {
-  serveRules({ruleText("a", "5")});
+// The app's document replaces the whole list with the rule maps of its
+// "InAppRuleList", however large; whatever goes wrong with a download, the
+// rules in force stay.
+TEST_F(ServedRules, ADownloadReplacesTheWholeListOrFailsAndKeepsIt) {
   const std::string deep = R"({"InAppRuleList":)" + std::string(10000, '[') + std::string(10000, ']') + "}";
-  const std::pair<int, std::string> failures[] = {
-      {404, documentText({ruleText("b", "5")})},
-      {500, documentText({ruleText("b", "5")})},
-      {0, ""},
-      {200, "<html>not json</html>"},
-      {200, "5"},
-      {200, ""},
-      {200, R"({"InAppRuleList":[)"},
-      {200, deep},
-      {200, std::string("{\"InAppRuleList\":[{\"id\":\"\xff\"}]}")},
+  // 100,000 rules, one per event, the last one for event 5.
+  std::vector<std::string> many;
+  for (int i = 100004; i >= 5; --i) many.push_back(ruleText("r" + std::to_string(i), std::to_string(i)));
+  const std::tuple<int, std::string, Ids> cases[] = {
+      {200, documentText({ruleText("b", "6"), ruleText("c", "5")}), {"c"}},
+      {200, documentText({"1", R"("a")", ruleText("c", "5"), "null", "[" + ruleText("x", "5") + "]", ruleText("d", "5"),
+                          R"({"whomTo":{"eventList":"5"}})"}),
+       {"-", "c", "d"}},
+      {200, R"({"InAppRuleList":"none"})", {}},
+      {200, R"({"InAppRuleList":{"id":"b","whomTo":{"eventList":"5"}}})", {}},
+      {200, R"({"rules":[{"id":"b","whomTo":{"eventList":"5"}}]})", {}},
+      {200, "[" + ruleText("b", "5") + "]", {}},
+      {200, documentText({ruleText("big", "5", R"("whatTo":")" + std::string(50u << 20, 'x') + "\"")}), {"big"}},
+      {200, documentText(many), {"r5"}},
+      {404, documentText({ruleText("b", "5")}), {"a"}},
+      {0, "", {"a"}},
+      {200, "<html>not json</html>", {"a"}},
+      {200, "5", {"a"}},
+      {200, "", {"a"}},
+      {200, R"({"InAppRuleList":[)", {"a"}},
+      {200, deep, {"a"}},
+      {200, std::string("{\"InAppRuleList\":[{\"id\":\"\xff\"}]}"), {"a"}},
   };
-  for (const auto& [status, body] : failures) {
-    SCOPED_TRACE(std::to_string(status) + " " + body.substr(0, 40));
+  for (const auto& [status, body, ids] : cases) {
+    SCOPED_TRACE(std::to_string(status) + " " + body.substr(0, 60));
+    serveRules({ruleText("a", "5")});
     LogLines log;
     serve(status, body);
-    EXPECT_EQ(candidateIds(in.manager, 5), Ids{"a"});
-    EXPECT_TRUE(log.contains("in-app rules not updated"));
+    EXPECT_EQ(candidateIds(in.manager, 5), ids);
+    EXPECT_EQ(log.contains("in-app rules not updated"), ids == Ids{"a"});
   }
-}
-
-TEST_F(ServedRules, LargeDocumentsAreReadWhole) {
-  const std::string huge(50u << 20, 'x');
-  serveRules({ruleText("big", "5", R"("whatTo":")" + huge + "\"")});
-  ASSERT_EQ(candidateIds(in.manager, 5), Ids{"big"});
-  EXPECT_EQ(in.manager.checkInAppRuleForEventId(5)[0]->strWhatTo->size(), huge.size());
-
-  // 100,000 rules, one per event: an event meets only its own.
-  std::vector<std::string> many;
-  for (int i = 0; i < 100000; ++i) {
-    many.push_back(R"({"id":"r)" + std::to_string(i) + R"(","whomTo":{"eventList":")" + std::to_string(i) + "\"}}");
-  }
-  serveRules(many);
-  EXPECT_EQ(in.manager.arrInAppRules()->rules().size(), 100000u);
-  EXPECT_EQ(candidateIds(in.manager, 77777), Ids{"r77777"});
-  in.manager.showPopup(99999, {});
-  EXPECT_EQ(in.lastTrace().candidates.size(), 1u);
+  EXPECT_EQ(in.platform->http->requests()[0].method, "GET");
+  EXPECT_EQ(in.platform->http->requests()[0].url, "https://rules.test/inappactivity/app.json");
 }
 
 TEST(RulesDownloadTest, WithoutARulesServerNothingIsFetched) {
@@ -119,20 +103,6 @@ TEST(RulesDownloadTest, TheLaunchEventWaitsForTheRules) {
   }
 }
 
-TEST(RulesDownloadTest, ANewDownloadLeavesTheCountsOfUnchangedRules) {
-  InAppHarness in;
-  const std::vector<std::string> rules = {ruleText(
-      "a", "5",
-      R"("whenTo":{"frequency":3,"frequencyType":"day","modifiedDate":"2023-01-01 00:00:00","campaign":{"days":"Tuesday","from":"0","to":"2359"}})")};
-  in.loadRules(rules);
-  in.manager.showPopup(5, {});
-  const std::optional<OrvantaFrequencyCapping> counted = in.record("a");
-  EXPECT_EQ(counted->frequencyRemaining, 2);
-  in.model.setStrSessionid("231114230000");
-  in.loadRules(rules);
-  EXPECT_EQ(in.record("a"), counted);
-}
-
 // Events evaluated on another thread while downloads swap lists see the old
 // list or the new one, never a mix.
 TEST(RulesDownloadTest, EventsSeeOneWholeListWhileDownloadsReplaceIt) {
@@ -151,13 +121,13 @@ TEST(RulesDownloadTest, EventsSeeOneWholeListWhileDownloadsReplaceIt) {
   for (int i = 0; !done; ++i) in.loadRules(list(i % 2 ? "a" : "b"));
   events.join();
 
-  const std::vector<Ids> whole = {{"a1", "a2"}, {"b1", "b2"}};
-  for (const PopupTrace& trace : in.traces()) {
+  const std::vector<PopupTrace> traces = in.traces();
+  EXPECT_EQ(traces.size(), kEvents);
+  for (const PopupTrace& trace : traces) {
     Ids ids;
     for (const RuleTrace& rule : trace.candidates) ids.push_back(*rule.ruleId);
-    EXPECT_TRUE(ids == whole[0] || ids == whole[1]) << ::testing::PrintToString(ids);
+    EXPECT_TRUE((ids == Ids{"a1", "a2"} || ids == Ids{"b1", "b2"})) << ::testing::PrintToString(ids);
   }
-  EXPECT_EQ(in.traces().size(), kEvents);
 }
 
 }  // namespace
