@@ -70,14 +70,14 @@ class InAppHarness {
     model.setStrAppID("app");
   }
 
-  // Downloads document as the rules server's 200 answer.
-  void load(const Value& document) {
+  // Downloads the rules as the rules server's 200 answer.
+  void loadRules(const std::vector<std::string>& rules) {
+    const Value document = json(documentText(rules));
     getService = [document](const std::string&, OrvantaWebServiceHandler::GetBlock answered) {
       answered(200, document);
     };
     manager.getPopupConfigurationData();
   }
-  void loadRules(const std::vector<std::string>& rules) { load(json(documentText(rules))); }
   // Parses a document of one rule "r" with that "whenTo".
   std::vector<OrvantaInAppRules> parseTiming(std::string_view whenTo) {
     return parser.parserInAppRules(json(R"({"InAppRuleList":[{"id":"r","whenTo":)" + std::string(whenTo) + "}]}"));
@@ -118,13 +118,11 @@ class InAppHarness {
   OrvantaPopupManager::GetService getService;
   OrvantaPopupManager manager{
       model, dates, *platform->appHost, parser, records, *platform->mainQueue, popupEvent, logger, rulesBaseUrl,
-      [this](const std::string& url, OrvantaWebServiceHandler::GetBlock answered) {
-        getService(url, std::move(answered));
-      },
+      [this](const std::string& url, auto answered) { getService(url, std::move(answered)); },
       [this] { return reachable.load(); },
       [this](const OrvantaInAppRules& rule) {
         std::lock_guard lock(mutex_);
-        shown_.push_back(rule.strRuleId.value_or("(no id)"));
+        shown_.push_back(rule.strRuleId.value_or("-"));
       },
       [this](const PopupTrace& trace) {
         std::lock_guard lock(mutex_);
