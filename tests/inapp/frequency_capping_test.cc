@@ -57,9 +57,8 @@ TEST(FrequencyCappingTest, ADownloadedCapMergesWithTheStoredRecord) {
   for (const auto& [downloaded, frequency, remaining, type, after] : cases) {
     SCOPED_TRACE(downloaded);
     InAppHarness in;
-    const auto version = [&](const char* text) -> std::optional<Date> {
-      if (!text) return std::nullopt;
-      return in.dates.formatDate(std::string(text), "yyyy-MM-dd HH:mm:ss");
+    const auto version = [&](const char* text) {
+      return text ? in.dates.formatDate(std::string(text), "yyyy-MM-dd HH:mm:ss") : std::nullopt;
     };
     in.records.setSavedFrequency({3, "day", 1, 12345000, "old", version(kJanuary)}, "r");
     const auto rules = in.parseTiming(downloaded);

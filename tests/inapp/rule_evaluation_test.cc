@@ -12,8 +12,7 @@ TEST(RuleEvaluationTest, CandidatesListenToTheEventAndSortByIdAsText) {
                 ruleText("10", "5", R"("whereTo":"second")"), ruleText("a", "007"),
                 R"({"id":"b","whomTo":{"eventList":7}})", ruleText("c", "-3"), R"({"id":"d"})"});
   const std::pair<std::int64_t, Ids> cases[] = {
-      {5, {"-", "10", "10", "9"}}, {6, {"x"}}, {7, {"b"}}, {-3, {"c"}}, {8, {}},
-  };
+      {5, {"-", "10", "10", "9"}}, {6, {"x"}}, {7, {"b"}}, {-3, {"c"}}, {8, {}}};
   for (const auto& [event, ids] : cases) EXPECT_EQ(candidateIds(in.manager, event), ids) << event;
   // Equal ids keep document order.
   EXPECT_EQ(in.manager.checkInAppRuleForEventId(5)[2]->strWhereTo, "second");
@@ -134,23 +133,6 @@ TEST(RuleEvaluationTest, TheValidityWindowExcludesItsBounds) {
   }
 }
 
-// Offline an event is not evaluated, counted, remembered or left waiting.
-TEST(RuleEvaluationTest, NothingHappensOffline) {
-  InAppHarness in;
-  in.loadRules({ruleText(
-      "21", "21", R"("whenTo":{"frequency":2,"frequencyType":"day","campaign":{"days":"tuesday","from":"0","to":"2359"}})")});
-  const Array sale{Value(Map{{"s^a", "b"}})};
-  for (const bool online : {false, true}) {
-    in.reachable = online;
-    in.manager.showPopup(21, sale);
-    EXPECT_EQ(in.shown().size(), online ? 1u : 0u);
-    EXPECT_EQ(in.lastTrace().offline, !online);
-    EXPECT_EQ(in.popupEvent, online ? 21 : kPopupEventNone);
-    EXPECT_EQ(in.record("21")->frequencyRemaining, online ? 1 : 2);
-    EXPECT_EQ(in.manager.prouctsArray(), online ? sale : Array{});
-  }
-}
-
 // Every candidate's deciding check, in order, with the cap record before
 // and after: the first rule that passes wins, and later ones are not tried.
 // A dry run answers the same and changes nothing. The cap is
@@ -171,19 +153,15 @@ TEST(RuleEvaluationTest, TheTraceNamesTheDecidingCheckAndADryRunChangesNothing) 
       ruleText("9", "5"),
   });
   in.records.setSavedFrequency(OrvantaFrequencyCapping{1, "campaign", 0, 0, "s", std::nullopt}, "6");
-  const std::vector<RuleCheck> expected = {RuleCheck::kValidity,     RuleCheck::kAudience, RuleCheck::kSpentTime,
-                                           RuleCheck::kWeekday,      RuleCheck::kHours,    RuleCheck::kFrequencyCap,
-                                           RuleCheck::kNoContent,    RuleCheck::kShown};
+  using enum RuleCheck;
+  const std::vector<RuleCheck> expected = {kValidity, kAudience,     kSpentTime, kWeekday,
+                                           kHours,    kFrequencyCap, kNoContent, kShown};
   const std::optional<OrvantaFrequencyCapping> before = in.record("7");
   PopupTrace trace;
   for (const bool dryRun : {true, false}) {
     SCOPED_TRACE(dryRun ? "dry run" : "event");
-    if (dryRun) {
-      trace = in.manager.dryRun(5, {});
-    } else {
-      in.manager.showPopup(5, {});
-      trace = in.lastTrace();
-    }
+    if (!dryRun) in.manager.showPopup(5, {});
+    trace = dryRun ? in.manager.dryRun(5, {}) : in.lastTrace();
     EXPECT_EQ(trace.dryRun, dryRun);
     ASSERT_EQ(trace.candidates.size(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(trace.candidates[i].decidedBy, expected[i]) << i;
@@ -211,7 +189,8 @@ TEST(RuleEvaluationTest, TheListingShowsEachRuleWithItsStoredRecord) {
       Value(Map{{"id", "a"}, {"eventList", "5"}, {"frequency", 2}, {"frequencyType", "day"}, {"frequencyRemaining", 2},
                 {"displayDay", 0}, {"sessionID", kStartSession}}),
       Value(Map{{"id", "b"}}),
-      Value(Map{{"id", "c"}, {"frequency", 0}, {"frequencyRemaining", 0}, {"displayDay", 0}, {"sessionID", kStartSession}}),
+      Value(Map{{"id", "c"}, {"frequency", 0}, {"frequencyRemaining", 0}, {"displayDay", 0},
+                {"sessionID", kStartSession}}),
       Value(Map{{"eventList", "6"}}),
   };
   EXPECT_EQ(in.manager.rulesListing(), expected);

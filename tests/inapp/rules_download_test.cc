@@ -9,31 +9,20 @@
 namespace orvanta::testing {
 namespace {
 
-// The components on the runtime's real request layer, answered by the
-// scripted HTTP client.
-class ServedRules : public ::testing::Test {
- protected:
-  ServedRules() {
-    in.getService = [this](const std::string& url, OrvantaWebServiceHandler::GetBlock answered) {
-      app.webServiceHandler().callGetService(url, std::move(answered));
-    };
-  }
-  void serve(int status, std::string body) {
-    in.platform->http->setResponder([status, body = std::move(body)](const HttpRequest&) {
-      return HttpResponse{status, {}, body, {}};
-    });
-    in.manager.getPopupConfigurationData();
-  }
-  void serveRules(const std::vector<std::string>& rules) { serve(200, documentText(rules)); }
-
-  InAppHarness in;
-  TestRuntime app{in.platform};
-};
-
 // The app's document replaces the whole list with the rule maps of its
 // "InAppRuleList", however large; whatever goes wrong with a download, the
-// rules in force stay.
-TEST_F(ServedRules, ADownloadReplacesTheWholeListOrFailsAndKeepsIt) {
+// rules in force stay. The components are on the runtime's real request
+// layer, answered by the scripted HTTP client.
+TEST(RulesDownloadTest, ADownloadReplacesTheWholeListOrFailsAndKeepsIt) {
+  InAppHarness in;
+  TestRuntime app{in.platform};
+  in.getService = [&](const std::string& url, auto answered) {
+    app.webServiceHandler().callGetService(url, std::move(answered));
+  };
+  const auto serve = [&](int status, const std::string& body) {
+    in.platform->http->setResponder([status, body](const HttpRequest&) { return HttpResponse{status, {}, body, {}}; });
+    in.manager.getPopupConfigurationData();
+  };
   const std::string deep = R"({"InAppRuleList":)" + std::string(10000, '[') + std::string(10000, ']') + "}";
   // 100,000 rules, one per event, the last one for event 5.
   std::vector<std::string> many;
@@ -59,7 +48,7 @@ TEST_F(ServedRules, ADownloadReplacesTheWholeListOrFailsAndKeepsIt) {
   };
   for (const auto& [status, body, ids] : cases) {
     SCOPED_TRACE(std::to_string(status) + " " + body.substr(0, 60));
-    serveRules({ruleText("a", "5")});
+    serve(200, documentText({ruleText("a", "5")}));
     LogLines log;
     serve(status, body);
     EXPECT_EQ(candidateIds(in.manager, 5), ids);
@@ -77,21 +66,34 @@ TEST(RulesDownloadTest, WithoutARulesServerNothingIsFetched) {
   EXPECT_TRUE(log.contains("no rules server configured"));
 }
 
+// Offline an event is not evaluated, counted, remembered or left waiting.
 // A launch event seen before the rules is evaluated once they arrive, with no
 // products; one seen after is evaluated at once and replayed by the next
 // download; after a replay no launch event waits again in this process.
-TEST(RulesDownloadTest, TheLaunchEventWaitsForTheRules) {
+TEST(RulesDownloadTest, TheLaunchEventWaitsForTheRulesButNotOffline) {
+  const std::vector<std::string> rules = {
+      ruleText("21", "21", R"("whenTo":{"frequency":3,"frequencyType":"day","campaign":{"days":"tuesday","from":"0",)"
+                           R"("to":"2359"}})")};
+  const Array sale{Value(Map{{"s^a", "b"}})};
   for (const bool rulesFirst : {false, true}) {
     SCOPED_TRACE(rulesFirst ? "rules first" : "launch first");
     InAppHarness in;
-    const std::vector<std::string> rules = {ruleText("launch", "21")};
     if (rulesFirst) in.loadRules(rules);
-    in.manager.showPopup(21, Array{Value(Map{{"s^a", "b"}})});
+    in.reachable = false;
+    in.manager.showPopup(21, sale);
+    EXPECT_TRUE(in.lastTrace().offline);
+    EXPECT_EQ(in.popupEvent, kPopupEventNone);
+    EXPECT_EQ(in.manager.prouctsArray(), Array{});
+
+    in.reachable = true;
+    in.manager.showPopup(21, sale);
     EXPECT_EQ(in.popupEvent, 21);
     EXPECT_EQ(in.shown().size(), rulesFirst ? 1u : 0u);
+    EXPECT_EQ(in.manager.prouctsArray(), sale);
 
     in.loadRules(rules);
     EXPECT_EQ(in.shown().size(), rulesFirst ? 2u : 1u);
+    EXPECT_EQ(in.record("21")->frequencyRemaining, rulesFirst ? 1 : 2);
     EXPECT_EQ(in.popupEvent, 0);
     EXPECT_EQ(in.manager.prouctsArray(), Array{});
 
