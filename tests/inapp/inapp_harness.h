@@ -96,11 +96,11 @@ class InAppHarness {
     std::lock_guard lock(mutex_);
     return shown_;
   }
+  // The traces of the events so far: showPopup leaves one whatever happens.
   std::vector<PopupTrace> traces() const {
     std::lock_guard lock(mutex_);
     return traces_;
   }
-  PopupTrace lastTrace() const { return traces().back(); }
   std::optional<OrvantaFrequencyCapping> record(const std::string& id) const {
     return records.getSavedFrequencyWithId(id);
   }

@@ -161,7 +161,7 @@ TEST(RuleEvaluationTest, TheTraceNamesTheDecidingCheckAndADryRunChangesNothing) 
   for (const bool dryRun : {true, false}) {
     SCOPED_TRACE(dryRun ? "dry run" : "event");
     if (!dryRun) in.manager.showPopup(5, {});
-    trace = dryRun ? in.manager.dryRun(5, {}) : in.lastTrace();
+    trace = dryRun ? in.manager.dryRun(5, {}) : in.traces().back();
     EXPECT_EQ(trace.dryRun, dryRun);
     ASSERT_EQ(trace.candidates.size(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(trace.candidates[i].decidedBy, expected[i]) << i;

@@ -81,7 +81,7 @@ TEST(RulesDownloadTest, TheLaunchEventWaitsForTheRulesButNotOffline) {
     if (rulesFirst) in.loadRules(rules);
     in.reachable = false;
     in.manager.showPopup(21, sale);
-    EXPECT_TRUE(in.lastTrace().offline);
+    EXPECT_TRUE(in.traces().back().offline);
     EXPECT_EQ(in.popupEvent, kPopupEventNone);
     EXPECT_EQ(in.manager.prouctsArray(), Array{});
 
