@@ -6,56 +6,27 @@
 namespace orvanta::testing {
 namespace {
 
-constexpr double kDay = 86400;
+bool check(InAppHarness& in) { return OrvantaInAppRuleWhenTo::shouldShowPopUpWithId("r", in.records); }
 
-OrvantaFrequencyCapping fullRecord() {
-  OrvantaFrequencyCapping r;
-  r.frequency = 3;
-  r.frequencyType = "day";
-  r.frequencyRemaining = -2;
-  r.displayDay = 1699920000000;
-  r.sessionID = kStartSession;
-  r.modifiedDate = Date{1700000000};
-  return r;
-}
-
-TEST(FrequencyCappingTest, PeriodKindCodes) {
-  const std::pair<std::optional<std::string>, std::int64_t> cases[] = {
-      {"session", 0}, {"day", 1}, {"campaign", 2}, {"Day", 1000}, {"week", 1000}, {"", 1000}, {std::nullopt, 1000},
-  };
-  for (const auto& [type, code] : cases) {
-    EXPECT_EQ(OrvantaFrequencyCapping::getFrequencyWithType(type), code) << type.value_or("(none)");
-  }
-}
-
-// The stored form keeps its keys and kinds through the settings file's
-// tagged JSON, and reads back as the same record.
-TEST(FrequencyCappingTest, TheStoredFormRoundTripsWithItsKinds) {
-  const OrvantaFrequencyCapping sparse;  // no type, session or version
-  for (const OrvantaFrequencyCapping& record : {fullRecord(), sparse}) {
-    const Value stored = record.encodeWithCoder();
-    const Value reread = fromTaggedJson(Json::parse(toTaggedJson(stored).dump()));
-    EXPECT_EQ(reread, stored);
-    EXPECT_EQ(OrvantaFrequencyCapping::initWithCoder(reread), record);
-  }
-  EXPECT_EQ(fullRecord().encodeWithCoder(),
-            Value(Map{{"frequency", 3}, {"frequencyType", "day"}, {"frequencyRemaining", -2},
-                      {"modifiedDate", Date{1700000000}}, {"displayDay", 1699920000000LL},
-                      {"sessionID", kStartSession}}));
+// The stored form's keys and kinds, as records already on disk hold them;
+// keys that are missing read as unset, which is not corruption.
+TEST(FrequencyCappingTest, TheStoredFormKeepsItsKeysAndKinds) {
+  const OrvantaFrequencyCapping full{3, "day", -2, 1699920000000, kStartSession, Date{1700000000}};
+  EXPECT_EQ(full.encodeWithCoder(), Value(Map{{"frequency", 3}, {"frequencyType", "day"}, {"frequencyRemaining", -2},
+                                              {"modifiedDate", Date{1700000000}}, {"displayDay", 1699920000000LL},
+                                              {"sessionID", kStartSession}}));
+  EXPECT_EQ(OrvantaFrequencyCapping::initWithCoder(Value(Map{{"frequency", 2}})),
+            (OrvantaFrequencyCapping{2, std::nullopt, 0, 0, std::nullopt, std::nullopt}));
 }
 
 // A stored value that does not read as a record is no record: the rule is
 // uncapped, and checking it counts nothing.
 TEST(FrequencyCappingTest, ACorruptRecordIsUncappedAndLeftAlone) {
   const Value corrupt[] = {
-      Value("day"),
-      Value(Bytes{0x62, 0x70}),
-      Value(Array{Value(3)}),
+      Value("day"), Value(Bytes{0x62, 0x70}), Value(Array{Value(3)}),
       Value(Map{{"frequency", "3"}, {"frequencyRemaining", 0}, {"frequencyType", "campaign"}}),
-      Value(Map{{"frequencyRemaining", 2.5}}),
-      Value(Map{{"frequencyType", 1}, {"frequencyRemaining", 0}}),
-      Value(Map{{"modifiedDate", "2024-01-01 00:00:00"}}),
-      Value(Map{{"displayDay", true}}),
+      Value(Map{{"frequencyRemaining", 2.5}}), Value(Map{{"frequencyType", 1}, {"frequencyRemaining", 0}}),
+      Value(Map{{"modifiedDate", "2024-01-01 00:00:00"}}), Value(Map{{"displayDay", true}}),
       Value(Map{{"sessionID", Null{}}, {"frequencyType", "campaign"}}),
   };
   for (const Value& stored : corrupt) {
@@ -63,145 +34,83 @@ TEST(FrequencyCappingTest, ACorruptRecordIsUncappedAndLeftAlone) {
     InAppHarness in;
     in.platform->standardSettings->set("r", stored);
     EXPECT_EQ(in.record("r"), std::nullopt);
-    for (int i = 0; i < 3; ++i) EXPECT_TRUE(OrvantaInAppRuleWhenTo::shouldShowPopUpWithId("r", in.records));
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(check(in));
     EXPECT_EQ(in.platform->standardSettings->get("r"), stored);
   }
-  // Keys that are missing read as unset, which is not corruption.
-  EXPECT_EQ(OrvantaFrequencyCapping::initWithCoder(Value(Map{{"frequency", 2}}))->frequencyRemaining, 0);
 }
 
 // A downloaded cap meets the stored record: the stored one wins unless the
 // version differs, and then the count is reset only for a new frequency.
 TEST(FrequencyCappingTest, ADownloadedCapMergesWithTheStoredRecord) {
-  struct Case {
-    const char* name;
-    const char* downloaded;  // the rule's "whenTo"
-    std::int64_t frequency, remaining;
-    const char* type;     // nullptr: none
-    const char* version;  // the record's version afterwards; nullptr: none
-  };
   constexpr const char* kJanuary = "2024-01-01 00:00:00";
   constexpr const char* kFebruary = "2024-02-01 00:00:00";
-  // Stored: 3 per day, version January, 1 left, shown in session "old".
-  const Case cases[] = {
-      {"same version", R"({"frequency":5,"frequencyType":"session","modifiedDate":"2024-01-01 00:00:00"})", 3, 1,
-       "day", kJanuary},
-      {"new version, same frequency", R"({"frequency":3,"frequencyType":"session","modifiedDate":"2024-02-01 00:00:00"})",
-       3, 1, "session", kFebruary},
-      {"new version, new frequency", R"({"frequency":5,"frequencyType":"day","modifiedDate":"2024-02-01 00:00:00"})", 5,
-       5, "day", kFebruary},
-      {"version dropped", R"({"frequency":3,"frequencyType":"campaign"})", 3, 1, "campaign", nullptr},
-      {"unreadable version", R"({"frequency":5,"modifiedDate":"soon"})", 5, 5, nullptr, nullptr},
+  // Stored: 3 per day, version January, 1 left, shown in session "old". The
+  // rule's "whenTo", then the record's frequency, count left, kind and
+  // version afterwards (nullptr: none).
+  const std::tuple<const char*, std::int64_t, std::int64_t, const char*, const char*> cases[] = {
+      {R"({"frequency":5,"frequencyType":"session","modifiedDate":"2024-01-01 00:00:00"})", 3, 1, "day", kJanuary},
+      {R"({"frequency":3,"frequencyType":"session","modifiedDate":"2024-02-01 00:00:00"})", 3, 1, "session", kFebruary},
+      {R"({"frequency":5,"frequencyType":"day","modifiedDate":"2024-02-01 00:00:00"})", 5, 5, "day", kFebruary},
+      {R"({"frequency":3,"frequencyType":"campaign"})", 3, 1, "campaign", nullptr},
+      {R"({"frequency":5,"modifiedDate":"soon"})", 5, 5, nullptr, nullptr},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [downloaded, frequency, remaining, type, after] : cases) {
+    SCOPED_TRACE(downloaded);
     InAppHarness in;
-    const auto version = [&](const char* text) -> std::optional<Date> {
-      if (!text) return std::nullopt;
-      return in.dates.formatDate(std::string(text), "yyyy-MM-dd HH:mm:ss");
+    const auto version = [&](const char* text) {
+      return text ? in.dates.formatDate(std::string(text), "yyyy-MM-dd HH:mm:ss") : std::nullopt;
     };
-    OrvantaFrequencyCapping stored;
-    stored.frequency = 3;
-    stored.frequencyType = "day";
-    stored.frequencyRemaining = 1;
-    stored.displayDay = 12345000;
-    stored.sessionID = "old";
-    stored.modifiedDate = version(kJanuary);
-    in.records.setSavedFrequency(stored, "r");
-
-    const auto rules = in.parser.parserInAppRules(json(R"({"InAppRuleList":[{"id":"r","whenTo":)" +
-                                                       std::string(c.downloaded) + "}]}"));
-    OrvantaFrequencyCapping expected = stored;
-    expected.frequency = c.frequency;
-    expected.frequencyRemaining = c.remaining;
-    expected.frequencyType = c.type ? std::optional<std::string>(c.type) : std::nullopt;
-    expected.modifiedDate = version(c.version);
+    in.records.setSavedFrequency({3, "day", 1, 12345000, "old", version(kJanuary)}, "r");
+    const auto rules = in.parseTiming(downloaded);
+    const OrvantaFrequencyCapping expected{
+        frequency, type ? std::optional<std::string>(type) : std::nullopt, remaining, 12345000, "old", version(after)};
     EXPECT_EQ(in.record("r"), expected);
     EXPECT_EQ(rules[0].freqCap, expected);
-    EXPECT_EQ(rules[0].whenTo->frequencyCap, expected);
   }
-}
-
-TEST(FrequencyCappingTest, RulesWithoutTimingOrIdStoreNothingAndADocumentFlushesOnce) {
-  InAppHarness in;
-  in.parser.parserInAppRules(json(R"({"InAppRuleList":[{"id":"a"},{"whenTo":{"frequency":1}}]})"));
-  EXPECT_EQ(in.platform->standardSettings->size(), 0u);
-  EXPECT_EQ(in.platform->standardSettings->synchronizeCount(), 0);
-  in.parser.parserInAppRules(json(R"({"InAppRuleList":[{"id":"a","whenTo":{}},{"id":"b","whenTo":{}}]})"));
-  EXPECT_EQ(in.platform->standardSettings->size(), 2u);
-  EXPECT_EQ(in.platform->standardSettings->synchronizeCount(), 1);
 }
 
 // Checks of one rule's cap over days and sessions: each step moves time or
-// the session, then checks once.
+// the session, or downloads the rule again in a new version, then checks once.
 TEST(FrequencyCappingTest, TheCheckCountsAndRestartsPeriods) {
   struct Step {
     double days;
-    const char* session;  // nullptr: unchanged
+    const char* session;  // "": unchanged
     bool allowed;
     std::int64_t remaining;
+    std::int64_t downloaded = -1;  // the frequency of a new version; -1: none
   };
-  struct Case {
-    const char* name;
-    const char* whenTo;
-    std::vector<Step> steps;
+  // What the case shows, the rule's frequency and kind, and its steps.
+  const std::tuple<const char*, std::int64_t, const char*, std::vector<Step>> cases[] = {
+      {"a day restarts only once used up", 3, "day",
+       {{0, "", true, 2}, {1, "", true, 1}, {1, "", true, 0}, {0, "", false, 0}, {0.5, "", true, 2}}},
+      {"a new session with showings left costs two", 3, "session",
+       {{0, "", true, 2}, {0, "B", true, 1}, {0, "", true, 0}, {0, "", false, 0}, {0, "C", true, 2}}},
+      {"campaign never restarts", 1, "campaign", {{0, "", true, 0}, {1, "B", false, 0}, {30, "C", false, 0}}},
+      {"a used-up campaign is revived by a new frequency only", 1, "campaign",
+       {{0, "", true, 0}, {0, "", false, 0, 1}, {0, "", true, 1, 2}, {0, "", true, 0}, {0, "", false, 0}}},
+      {"no known kind (they are case-sensitive): counted down, then always shown", 2, "Day",
+       {{0, "", true, 1}, {0, "", true, 0}, {0, "", true, 0}, {1, "B", true, 0}}},
+      {"0 a day is once a day", 0, "day", {{0, "", true, -1}, {0, "", false, -1}, {1, "", true, -1}}},
+      {"0 a session is once a session", 0, "session",
+       {{0, "", false, 0}, {0, "B", true, -1}, {1, "", false, -1}, {0, "C", true, -1}}},
   };
-  const Case cases[] = {
-      {"2 a day",
-       R"({"frequency":2,"frequencyType":"day"})",
-       {{0, nullptr, true, 1}, {0, nullptr, true, 0}, {0, nullptr, false, 0}, {1, nullptr, true, 1}}},
-      {"a day restarts only once used up",
-       R"({"frequency":3,"frequencyType":"day"})",
-       {{0, nullptr, true, 2}, {1, nullptr, true, 1}, {1, nullptr, true, 0}, {0, nullptr, false, 0},
-        {0.5, nullptr, true, 2}}},
-      {"a new session with showings left costs two",
-       R"({"frequency":3,"frequencyType":"session"})",
-       {{0, nullptr, true, 2}, {0, "B", true, 1}, {0, nullptr, true, 0}, {0, nullptr, false, 0},
-        {0, "C", true, 2}}},
-      {"campaign never restarts",
-       R"({"frequency":1,"frequencyType":"campaign"})",
-       {{0, nullptr, true, 0}, {1, "B", false, 0}, {30, "C", false, 0}}},
-      {"no known kind: counted down, then always shown",
-       R"({"frequency":2,"frequencyType":"week"})",
-       {{0, nullptr, true, 1}, {0, nullptr, true, 0}, {0, nullptr, true, 0}, {1, "B", true, 0}}},
-      {"0 a day is once a day",
-       R"({"frequency":0,"frequencyType":"day"})",
-       {{0, nullptr, true, -1}, {0, nullptr, false, -1}, {1, nullptr, true, -1}}},
-      {"0 a session is once a session",
-       R"({"frequency":0,"frequencyType":"session"})",
-       {{0, nullptr, false, 0}, {0, "B", true, -1}, {1, nullptr, false, -1}, {0, "C", true, -1}}},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, frequency, type, steps] : cases) {
+    SCOPED_TRACE(name);
     InAppHarness in;
-    in.parser.parserInAppRules(json(R"({"InAppRuleList":[{"id":"r","whenTo":)" + std::string(c.whenTo) + "}]}"));
-    for (std::size_t i = 0; i < c.steps.size(); ++i) {
-      const Step& step = c.steps[i];
-      in.advance(step.days * kDay);
-      if (step.session) in.model.setStrSessionid(step.session);
-      EXPECT_EQ(OrvantaInAppRuleWhenTo::shouldShowPopUpWithId("r", in.records), step.allowed) << "step " << i;
+    const auto download = [&](std::int64_t count, std::size_t version) {
+      in.parseTiming(R"({"frequency":)" + std::to_string(count) + R"(,"frequencyType":")" + type +
+                     R"(","modifiedDate":"2024-01-0)" + std::to_string(version) + R"( 00:00:00"})");
+    };
+    download(frequency, 1);
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+      const Step& step = steps[i];
+      in.platform->clock->advance(step.days * 86400);
+      if (*step.session) in.model.setStrSessionid(step.session);
+      if (step.downloaded >= 0) download(step.downloaded, i + 2);
+      EXPECT_EQ(check(in), step.allowed) << "step " << i;
       EXPECT_EQ(in.record("r")->frequencyRemaining, step.remaining) << "step " << i;
     }
   }
-}
-
-// A campaign cap used up stays so until the server changes its frequency.
-TEST(FrequencyCappingTest, OnlyANewFrequencyRevivesAUsedUpCampaign) {
-  InAppHarness in;
-  const auto download = [&](const char* frequency, const char* version) {
-    in.parser.parserInAppRules(json(std::string(R"({"InAppRuleList":[{"id":"r","whenTo":{"frequency":)") + frequency +
-                                    R"(,"frequencyType":"campaign","modifiedDate":")" + version + R"("}}]})"));
-  };
-  const auto check = [&] { return OrvantaInAppRuleWhenTo::shouldShowPopUpWithId("r", in.records); };
-  download("1", "2024-01-01 00:00:00");
-  EXPECT_TRUE(check());
-  EXPECT_FALSE(check());
-  download("1", "2024-02-01 00:00:00");
-  EXPECT_FALSE(check());
-  download("2", "2024-03-01 00:00:00");
-  EXPECT_TRUE(check());
-  EXPECT_TRUE(check());
-  EXPECT_FALSE(check());
 }
 
 }  // namespace

@@ -26,16 +26,12 @@ namespace orvanta::testing {
 // The test platform's start, 2023-11-14 22:13:20 UTC: a Tuesday.
 inline constexpr double kStart = 1700000000;
 inline constexpr const char* kStartSession = "231114221320";
-// The client has been running this long at the start.
-inline constexpr double kRunningFor = 60;
 
 inline Value json(std::string_view text) {
   std::optional<Value> value = parseJson(text);
   if (!value) ADD_FAILURE() << "not JSON: " << text;
   return value.value_or(Value());
 }
-
-inline Map jsonMap(std::string_view text) { return *json(text).asMap(); }
 
 // A rule for eventList that passes every check at the start (valid from a
 // day before to a day after, content, everyone). extra JSON members replace
@@ -66,20 +62,33 @@ inline Ids candidateIds(const OrvantaPopupManager& manager, std::int64_t eventId
 class InAppHarness {
  public:
   explicit InAppHarness(long utcOffsetSeconds = 0, std::string rulesBaseUrl = "https://rules.test/")
-      : platform(std::make_shared<TestPlatform>(Date{kStart}, utcOffsetSeconds)), rulesBaseUrl_(std::move(rulesBaseUrl)) {
-    model.setIntializationDate(Date{kStart - kRunningFor});
+      : platform(std::make_shared<TestPlatform>(Date{kStart}, utcOffsetSeconds)),
+        rulesBaseUrl(std::move(rulesBaseUrl)) {
+    // The client has been running for a minute at the start.
+    model.setIntializationDate(Date{kStart - 60});
     model.setStrSessionid(kStartSession);
     model.setStrAppID("app");
   }
 
-  // Downloads document as the rules server's 200 answer.
-  void load(const Value& document) {
+  // Downloads the rules as the rules server's 200 answer.
+  void loadRules(const std::vector<std::string>& rules) {
+    const Value document = json(documentText(rules));
     getService = [document](const std::string&, OrvantaWebServiceHandler::GetBlock answered) {
       answered(200, document);
     };
     manager.getPopupConfigurationData();
   }
-  void loadRules(const std::vector<std::string>& rules) { load(json(documentText(rules))); }
+  // Parses a document of one rule "r" with that "whenTo".
+  std::vector<OrvantaInAppRules> parseTiming(std::string_view whenTo) {
+    return parser.parserInAppRules(json(R"({"InAppRuleList":[{"id":"r","whenTo":)" + std::string(whenTo) + "}]}"));
+  }
+  // Whether event 5 with products shows the popup of a rule "r" for it, with
+  // extra members as ruleText takes them.
+  bool fires(std::string_view extra, const Array& products = {}) {
+    loadRules({ruleText("r", "5", extra)});
+    manager.showPopup(5, products);
+    return shown() == Ids{"r"};
+  }
 
   // The events' popups shown so far (by rule id), once the main queue ran.
   std::vector<std::string> shown() {
@@ -87,25 +96,17 @@ class InAppHarness {
     std::lock_guard lock(mutex_);
     return shown_;
   }
+  // The traces of the events so far: showPopup leaves one whatever happens.
   std::vector<PopupTrace> traces() const {
     std::lock_guard lock(mutex_);
     return traces_;
   }
-  PopupTrace lastTrace() const {
-    std::lock_guard lock(mutex_);
-    return traces_.empty() ? PopupTrace{} : traces_.back();
-  }
   std::optional<OrvantaFrequencyCapping> record(const std::string& id) const {
     return records.getSavedFrequencyWithId(id);
   }
-  void advance(double seconds) { platform->clock->advance(seconds); }
 
   std::shared_ptr<TestPlatform> platform;
-
- private:
-  const std::string rulesBaseUrl_;
-
- public:
+  const std::string rulesBaseUrl;
   OrvantaDataModel model;
   const Logger logger{"Orvanta"};
   DateFormator dates{*platform->clock, [this] { return model.intializationDate(); }};
@@ -116,22 +117,12 @@ class InAppHarness {
   std::atomic<std::int64_t> popupEvent{kPopupEventNone};
   OrvantaPopupManager::GetService getService;
   OrvantaPopupManager manager{
-      model,
-      dates,
-      *platform->appHost,
-      parser,
-      records,
-      *platform->mainQueue,
-      popupEvent,
-      logger,
-      rulesBaseUrl_,
-      [this](const std::string& url, OrvantaWebServiceHandler::GetBlock answered) {
-        getService(url, std::move(answered));
-      },
+      model, dates, *platform->appHost, parser, records, *platform->mainQueue, popupEvent, logger, rulesBaseUrl,
+      [this](const std::string& url, auto answered) { getService(url, std::move(answered)); },
       [this] { return reachable.load(); },
       [this](const OrvantaInAppRules& rule) {
         std::lock_guard lock(mutex_);
-        shown_.push_back(rule.strRuleId.value_or("(no id)"));
+        shown_.push_back(rule.strRuleId.value_or("-"));
       },
       [this](const PopupTrace& trace) {
         std::lock_guard lock(mutex_);

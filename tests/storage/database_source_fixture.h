@@ -6,7 +6,10 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include <sqlite3.h>
 
 #include "orvanta/testing/temporary_paths.h"
 #include "orvanta/testing/virtual_clock.h"
@@ -27,10 +30,6 @@ class DatabaseSourceTest : public ::testing::Test {
   DatabaseSource& database() { return database_; }
   std::string path() { return testing::databasePathIn(paths_.documentsDirectory()); }
   testing::DatabaseProbe probe() { return testing::DatabaseProbe(path()); }
-  std::string schemaOf(const std::string& table) {
-    const std::vector<std::string> sql = probe().column("SELECT sql FROM sqlite_master WHERE name = '" + table + "'");
-    return sql.empty() ? "" : sql.front();
-  }
   // Every inbox row, oldest first, as "ID=Status", straight from the file.
   std::vector<std::string> inbox() {
     return probe().column("SELECT ID || '=' || Status FROM trv_notifications ORDER BY rowid");
@@ -40,7 +39,18 @@ class DatabaseSourceTest : public ::testing::Test {
     clock_.advance(1);
     database().NotificationReceived(notification(trid), "unread");
   }
+  // Collects from now on each statement's text as SQLite runs it; traced()
+  // hands over what was collected.
+  void trace() {
+    const auto record = [](unsigned, void* texts, void* statement, void*) {
+      static_cast<std::vector<std::string>*>(texts)->emplace_back(sqlite3_sql(static_cast<sqlite3_stmt*>(statement)));
+      return 0;
+    };
+    database().getDBConnection([&](sqlite3* db) { sqlite3_trace_v2(db, SQLITE_TRACE_STMT, record, &traced_); });
+  }
+  std::vector<std::string> traced() { return std::exchange(traced_, {}); }
 
+  std::vector<std::string> traced_;  // outlives the connection that writes to it
   // 2023-11-14 22:13:20 UTC, the zone UTC.
   testing::VirtualClock clock_;
   testing::TemporaryPaths paths_;
