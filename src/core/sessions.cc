@@ -1,5 +1,7 @@
 #include "core/sessions.h"
 
+#include <utility>
+
 #include "orvanta/url_query.h"
 #include "core/comman_methods.h"
 #include "core/data_model.h"
@@ -12,8 +14,13 @@ namespace {
 constexpr const char* kUpdatedDate = "updated_date";
 }  // namespace
 
-Sessions::Sessions(OrvantaDataModel& model, DateFormator& dates, const Clock& clock, SettingsStore& standardSettings)
-    : model_(model), dates_(dates), clock_(clock), standardSettings_(standardSettings) {}
+Sessions::Sessions(OrvantaDataModel& model, DateFormator& dates, const Clock& clock, SettingsStore& standardSettings,
+                   SessionStarted sessionStarted)
+    : model_(model),
+      dates_(dates),
+      clock_(clock),
+      standardSettings_(standardSettings),
+      sessionStarted_(std::move(sessionStarted)) {}
 
 void Sessions::setDeepLinkQueryParameters(Map parameters) {
   replaceKey(parameters, "__ktm_medium", "atcm");
@@ -70,8 +77,7 @@ void Sessions::resetSession() {
   model_.setPrevTrackingEventTime(dates_.getUserLocalTimeStamp());
   model_.setDeeplinkQueryParam(std::nullopt);
   standardSettings_.remove(settings_key::kPopupRules);
-  // The in-app rules are fetched again here once in-app messaging is part of
-  // the library.
+  if (sessionStarted_) sessionStarted_();
 }
 
 }  // namespace orvanta

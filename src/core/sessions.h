@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "orvanta/platform/clock.h"
 #include "orvanta/platform/settings_store.h"
@@ -18,7 +19,12 @@ class OrvantaDataModel;
 // outlive it.
 class Sessions {
  public:
-  Sessions(OrvantaDataModel& model, DateFormator& dates, const Clock& clock, SettingsStore& standardSettings);
+  // Called at the end of every resetSession: a new session fetches the
+  // in-app rules again.
+  using SessionStarted = std::function<void()>;
+
+  Sessions(OrvantaDataModel& model, DateFormator& dates, const Clock& clock, SettingsStore& standardSettings,
+           SessionStarted sessionStarted);
 
   // Renames the campaign keys, drops "__kta", stamps "updated_date", keeps the
   // map in the data model and stores it (not persisted at once).
@@ -34,7 +40,8 @@ class Sessions {
   // sending time.
   void addDeepLinkParametersInDict(Map& trackingObject);
   void setSessionTimeOutInMinutes(std::int64_t minutes);
-  // A new session id in memory only, attribution ends, "popupRules" cleared.
+  // A new session id in memory only, attribution ends, "popupRules" cleared,
+  // then sessionStarted.
   void resetSession();
 
  private:
@@ -42,6 +49,7 @@ class Sessions {
   DateFormator& dates_;
   const Clock& clock_;
   SettingsStore& standardSettings_;
+  const SessionStarted sessionStarted_;
 };
 
 }  // namespace orvanta

@@ -1,7 +1,6 @@
 // The launch event waiting for the in-app rules to arrive.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <limits>
 
@@ -14,10 +13,9 @@ inline constexpr std::int64_t kPopupEventNone = std::numeric_limits<std::int64_t
 // installation, 21 on every later one.
 inline constexpr bool isLaunchEvent(std::int64_t eventId) { return eventId == 20 || eventId == 21; }
 
-// Process-wide and visible to the host: kPopupEventNone until the first
-// launch event (20 or 21) of the process, then that event until the rules
-// download replays it, then 0 for good. The runtime hands it to its popup
-// manager; nothing else writes it.
-extern std::atomic<std::int64_t> popupEvent;
+// The waiting launch event (popupEvent) is kPopupEventNone until the first
+// launch event of the runtime, then that event until the rules download
+// replays it, then 0 for good. Each runtime keeps its own and hands it to its
+// popup manager; hosts read it through OrvantaAppTracking::popupEvent().
 
 }  // namespace orvanta

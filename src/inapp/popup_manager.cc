@@ -15,7 +15,7 @@ OrvantaPopupManager::OrvantaPopupManager(const OrvantaDataModel& model, const Da
                                          FrequencyRecordStore& records, MainQueue& mainQueue,
                                          std::atomic<std::int64_t>& popupEvent, const Logger& logger,
                                          std::string rulesBaseUrl, GetService getService, Reachable isReachable,
-                                         PresentPopup present, TraceSink evaluated)
+                                         PresentPopup present)
     : model_(model),
       dates_(dates),
       parser_(parser),
@@ -27,7 +27,6 @@ OrvantaPopupManager::OrvantaPopupManager(const OrvantaDataModel& model, const Da
       getService_(std::move(getService)),
       isReachable_(std::move(isReachable)),
       present_(std::move(present)),
-      evaluated_(std::move(evaluated)),
       deviceModel_(lowercased(getDeviceType(appHost))),
       rules_(std::make_shared<const RuleSet>()) {}
 
@@ -50,7 +49,18 @@ void OrvantaPopupManager::showPopup(std::int64_t eventId, const Array& productDa
     }
     if (chosen && present_) mainQueue_.post([present = present_, chosen] { present(*chosen); });
   }
-  if (evaluated_) evaluated_(trace);
+  std::shared_ptr<const TraceSink> sink;
+  {
+    std::lock_guard lock(traceSinkMutex_);
+    sink = evaluated_;
+  }
+  if (sink && *sink) (*sink)(trace);
+}
+
+void OrvantaPopupManager::setTraceSink(TraceSink sink) {
+  auto replacement = std::make_shared<const TraceSink>(std::move(sink));
+  std::lock_guard lock(traceSinkMutex_);
+  evaluated_ = std::move(replacement);
 }
 
 PopupTrace OrvantaPopupManager::dryRun(std::int64_t eventId, const Array& productData) const {

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "inapp/in_app_rules.h"
-#include "inapp/popup_trace.h"
+#include "orvanta/popup_trace.h"
 #include "inapp/rule_set.h"
 #include "net/web_service_handler.h"
 #include "orvanta/platform/app_host.h"
@@ -40,7 +40,8 @@ class OrvantaPopupManager {
   using Reachable = std::function<bool()>;
   // Shows the rule's popup; called on the main queue.
   using PresentPopup = std::function<void(const OrvantaInAppRules& rule)>;
-  // Receives the trace of every evaluation that is not a dry run.
+  // Receives the trace of every evaluation that is not a dry run, on the
+  // evaluating thread.
   using TraceSink = std::function<void(const PopupTrace& trace)>;
 
   // rulesBaseUrl ends in "/" (empty: no rules server, nothing is fetched).
@@ -48,7 +49,10 @@ class OrvantaPopupManager {
   OrvantaPopupManager(const OrvantaDataModel& model, const DateFormator& dates, const AppHost& appHost,
                       OrvantaInAppPopopRuleParser& parser, FrequencyRecordStore& records, MainQueue& mainQueue,
                       std::atomic<std::int64_t>& popupEvent, const Logger& logger, std::string rulesBaseUrl,
-                      GetService getService, Reachable isReachable, PresentPopup present, TraceSink evaluated);
+                      GetService getService, Reachable isReachable, PresentPopup present);
+
+  // Replaces the trace sink (empty: traces are dropped). Any thread.
+  void setTraceSink(TraceSink sink);
 
   // Starts one download of the rules document at rulesBaseUrl +
   // "inappactivity/" + the application id + ".json". A good answer replaces
@@ -100,6 +104,9 @@ class OrvantaPopupManager {
   // "displayDay", "sessionID"; a key is absent when its value is.
   Array rulesListing() const;
 
+  // popupEvent's value now.
+  std::int64_t waitingLaunchEvent() const { return popupEvent_.load(); }
+
   // The products of the last event evaluated, and the id of the last rule it
   // tried (kept when a later event had no candidate).
   Array prouctsArray() const;
@@ -127,12 +134,14 @@ class OrvantaPopupManager {
   const GetService getService_;
   const Reachable isReachable_;
   const PresentPopup present_;
-  const TraceSink evaluated_;
   // The device's model name, lower-cased, read once: the hardware does not change.
   const std::string deviceModel_;
 
   mutable std::mutex rulesMutex_;
   std::shared_ptr<const RuleSet> rules_;  // swapped whole under rulesMutex_
+
+  mutable std::mutex traceSinkMutex_;
+  std::shared_ptr<const TraceSink> evaluated_;  // swapped whole under traceSinkMutex_
 
   mutable std::mutex lastEventMutex_;
   Array prouctsArray_;

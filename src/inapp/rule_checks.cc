@@ -18,6 +18,12 @@ namespace {
 constexpr std::string_view kOSType = "ios";
 constexpr std::string_view kMake = "apple";
 
+std::optional<Value> storedRecord(const OrvantaPopupManager::Evaluation& event) {
+  const std::optional<OrvantaFrequencyCapping> record = event.records.getSavedFrequencyWithId(event.strId);
+  if (!record) return std::nullopt;
+  return record->encodeWithCoder();
+}
+
 std::string shown(double number) { return *scalarText(Value(number)); }
 
 std::string shown(const std::optional<Date>& date) {
@@ -135,9 +141,9 @@ bool OrvantaPopupManager::validateWhenTo(const OrvantaInAppRuleWhenTo* whenTo, E
 
   FrequencyTrace& frequency = event.trace.frequency.emplace();
   auto held = event.records.hold();
-  frequency.before = event.records.getSavedFrequencyWithId(event.strId);
+  frequency.before = storedRecord(event);
   frequency.allowed = OrvantaInAppRuleWhenTo::shouldShowPopUpWithId(event.strId, event.records);
-  frequency.after = event.records.getSavedFrequencyWithId(event.strId);
+  frequency.after = storedRecord(event);
   if (!frequency.allowed) return fail(event.trace, RuleCheck::kFrequencyCap, "the frequency cap allows no showing now");
   return true;
 }

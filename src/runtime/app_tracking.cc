@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "inapp/popup_manager.h"
 #include "net/web_service_handler.h"
 #include "runtime/facade_impls.h"
 
@@ -21,8 +22,19 @@ void OrvantaAppTracking::sendAppTrackingEventWithCustomPayload(std::int64_t even
   if (!productData.empty()) info.set("payload", productData);
   info.set("eventid", eventId);
   impl_->handler.callPostService("app_activity", info, std::move(block));
-  // The in-app rules see every event here, whatever the network outcome,
-  // once in-app messaging is part of the library.
+  impl_->popupManager.showPopup(eventId, productData);
 }
+
+PopupTrace OrvantaAppTracking::popupDryRun(std::int64_t eventId, const Array& productData) const {
+  return impl_->popupManager.dryRun(eventId, productData);
+}
+
+void OrvantaAppTracking::setPopupTraceSink(std::function<void(const PopupTrace&)> sink) {
+  impl_->popupManager.setTraceSink(std::move(sink));
+}
+
+Array OrvantaAppTracking::popupRules() const { return impl_->popupManager.rulesListing(); }
+
+std::int64_t OrvantaAppTracking::popupEvent() const { return impl_->popupManager.waitingLaunchEvent(); }
 
 }  // namespace orvanta

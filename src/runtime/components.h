@@ -2,9 +2,12 @@
 // platform, the config and the components above it, so a constructor cycle
 // cannot be written; the few calls that run the other way (the launch event
 // sent from the settings helper, the replay sent through the request layer,
-// the notification centre's responses and presentations) are callables that
-// the runtime binds. Destruction runs in reverse order.
+// the notification centre's responses and presentations, the rules fetched
+// again when a session starts) are callables that the runtime binds. Destruction runs in reverse order.
 #pragma once
+
+#include <atomic>
+#include <cstdint>
 
 #include "base/logger.h"
 #include "base/notification_hub.h"
@@ -14,6 +17,9 @@
 #include "core/sessions.h"
 #include "device/date_formator.h"
 #include "device/file_utilities.h"
+#include "inapp/frequency_record_store.h"
+#include "inapp/popup_manager.h"
+#include "inapp/rule_parser.h"
 #include "net/web_service_handler.h"
 #include "notifications/notification_reporter.h"
 #include "orvanta/open_in_service.h"
@@ -41,6 +47,11 @@ struct Runtime::Components {
   NotificationReporter notificationReporter;
   OpenInService openInService;
   OrvantaPushTaskManager pushTaskManager;
+  FrequencyRecordStore frequencyRecords;
+  OrvantaInAppPopopRuleParser ruleParser;
+  // The launch event waiting for this runtime's rules (see OrvantaPopupManager).
+  std::atomic<std::int64_t> popupEvent;
+  OrvantaPopupManager popupManager;
   OrvantaAppTracking appTracking;
   OrvantaInstallation installation;
   OrvantaSharedManager sharedManager;

@@ -20,6 +20,7 @@ class DateFormator;
 class DBManager;
 class OrvantaCommanMethods;
 class OrvantaDataModel;
+class OrvantaPopupManager;
 class OrvantaPushTaskManager;
 class OrvantaWebServiceHandler;
 class Sessions;
@@ -38,6 +39,7 @@ struct OrvantaSharedManager::Impl {
   DBManager& offlineQueue;
   DatabaseSource& database;
   OrvantaPushTaskManager& pushTaskManager;  // takes the launch options
+  OrvantaPopupManager& popupManager;        // fetches the rules at start-up
 };
 
 struct OrvantaInstallation::Impl {
@@ -49,6 +51,7 @@ struct OrvantaInstallation::Impl {
 
 struct OrvantaAppTracking::Impl {
   OrvantaWebServiceHandler& handler;
+  OrvantaPopupManager& popupManager;  // sees every event once it is posted
 };
 
 }  // namespace orvanta

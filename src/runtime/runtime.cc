@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "inapp/popup_event.h"
 #include "notifications/open_in_service_impl.h"
 #include "notifications/push_task_manager_impl.h"
 #include "runtime/components.h"
@@ -24,7 +25,8 @@ Runtime::Components::Components(const Platform& platform, const Config& config)
                     [this](std::int64_t eventId) { appTracking.sendAppTrackingEvent(eventId, nullptr); }),
       identity(dataModel, commanMethods, *platform.standardSettings, *platform.secureStore,
                config.bundleIdentifier + kKeychainIdentifierSuffix),
-      sessions(dataModel, dateFormator, *platform.clock, *platform.standardSettings),
+      sessions(dataModel, dateFormator, *platform.clock, *platform.standardSettings,
+               [this] { popupManager.getPopupConfigurationData(); }),
       databaseSource(fileUtilities, dateFormator, logger),
       dbManager(databaseSource, *platform.mainQueue, notificationHub, platform.reachability,
                 [this](const std::string& method, const std::string& params, StatusBlock answered) {
@@ -37,13 +39,23 @@ Runtime::Components::Components(const Platform& platform, const Config& config)
       pushTaskManager(std::make_unique<OrvantaPushTaskManager::Impl>(
           *platform.mainQueue, *platform.appHost, *platform.notificationCenter, notificationReporter, sessions,
           openInService, config.urlSchemes, logger)),
-      appTracking(std::make_unique<OrvantaAppTracking::Impl>(OrvantaAppTracking::Impl{webServiceHandler})),
+      frequencyRecords(*platform.standardSettings, dateFormator, dataModel),
+      ruleParser(dateFormator, frequencyRecords),
+      popupEvent(kPopupEventNone),
+      popupManager(
+          dataModel, dateFormator, *platform.appHost, ruleParser, frequencyRecords, *platform.mainQueue, popupEvent,
+          logger, config.rulesBaseUrl,
+          [this](const std::string& url, OrvantaWebServiceHandler::GetBlock answered) {
+            webServiceHandler.callGetService(url, std::move(answered));
+          },
+          [this] { return dbManager.checkNetWorkConnection(); }, [](const OrvantaInAppRules&) {}),
+      appTracking(std::make_unique<OrvantaAppTracking::Impl>(OrvantaAppTracking::Impl{webServiceHandler, popupManager})),
       installation(std::make_unique<OrvantaInstallation::Impl>(
           OrvantaInstallation::Impl{*platform.standardSettings, commanMethods, identity, webServiceHandler})),
       sharedManager(std::make_unique<OrvantaSharedManager::Impl>(OrvantaSharedManager::Impl{
           config.bundleShortVersion, *platform.mainQueue, platform.appHost, *platform.notificationCenter,
           *platform.standardSettings, dataModel, dateFormator, commanMethods, identity, sessions, dbManager,
-          databaseSource, pushTaskManager})) {
+          databaseSource, pushTaskManager, popupManager})) {
   if (config.trackingBaseUrl.empty()) {
     logger.log("no tracking URL is configured: messages are kept in the offline queue and nothing is sent");
   }

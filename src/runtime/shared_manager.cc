@@ -9,6 +9,7 @@
 #include "core/data_model.h"
 #include "core/sessions.h"
 #include "device/date_formator.h"
+#include "inapp/popup_manager.h"
 #include "orvanta/push_task_manager.h"
 #include "orvanta/version.h"
 #include "runtime/facade_impls.h"
@@ -45,6 +46,7 @@ void OrvantaSharedManager::setUpApplicationId(const std::string& applicationId) 
   checkQueryParam();
   // The replay itself runs on the main queue.
   impl_->offlineQueue.syncOfflineData();
+  impl_->popupManager.getPopupConfigurationData();
   impl_->settings.launchEvent();
 }
 

@@ -68,6 +68,10 @@ class InAppHarness {
     model.setIntializationDate(Date{kStart - 60});
     model.setStrSessionid(kStartSession);
     model.setStrAppID("app");
+    manager.setTraceSink([this](const PopupTrace& trace) {
+      std::lock_guard lock(mutex_);
+      traces_.push_back(trace);
+    });
   }
 
   // Downloads the rules as the rules server's 200 answer.
@@ -123,10 +127,6 @@ class InAppHarness {
       [this](const OrvantaInAppRules& rule) {
         std::lock_guard lock(mutex_);
         shown_.push_back(rule.strRuleId.value_or("-"));
-      },
-      [this](const PopupTrace& trace) {
-        std::lock_guard lock(mutex_);
-        traces_.push_back(trace);
       }};
 
  private:

@@ -168,8 +168,8 @@ TEST(RuleEvaluationTest, TheTraceNamesTheDecidingCheckAndADryRunChangesNothing) 
     EXPECT_EQ(in.shown(), dryRun ? Ids{} : Ids{"8"});
     EXPECT_EQ(in.manager.strId(), dryRun ? std::nullopt : std::optional<std::string>("8"));
     EXPECT_EQ(in.record("7")->frequencyRemaining, dryRun ? 1 : 0);
-    EXPECT_EQ(trace.candidates[6].frequency->before, before);
-    EXPECT_EQ(trace.candidates[6].frequency->after->frequencyRemaining, 0);
+    EXPECT_EQ(trace.candidates[6].frequency->before, before->encodeWithCoder());
+    EXPECT_EQ(*trace.candidates[6].frequency->after->asMap()->find("frequencyRemaining")->asInteger(), 0);
   }
   EXPECT_FALSE(trace.candidates[5].frequency->allowed);
   EXPECT_EQ(trace.candidates[1].audience->matchedFilter, std::nullopt);

@@ -7,9 +7,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "inapp/frequency_capping.h"
+#include "orvanta/value.h"
 
 namespace orvanta {
 
@@ -33,10 +34,17 @@ struct AudienceTrace {
   std::optional<std::size_t> matchedFilter;
 };
 
+// The short name of a check, as the CLI and the log print it: "shown",
+// "validity", "audience", "spentTime", "weekday", "hours", "frequencyCap",
+// "noContent".
+std::string_view checkName(RuleCheck check);
+
 struct FrequencyTrace {
-  // The stored record when the check began and when it ended (unset: none).
-  std::optional<OrvantaFrequencyCapping> before;
-  std::optional<OrvantaFrequencyCapping> after;
+  // The stored record when the check began and when it ended, in its stored
+  // form: a map of "frequency", "frequencyType", "frequencyRemaining",
+  // "modifiedDate", "displayDay", "sessionID" (unset: no record).
+  std::optional<Value> before;
+  std::optional<Value> after;
   bool allowed = false;
 };
 
