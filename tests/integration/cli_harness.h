@@ -123,9 +123,12 @@ class CliFixture : public ::testing::Test {
   void SetUp() override {
     if (std::string(ORVANTA_CLI_PATH).empty()) GTEST_SKIP() << "built without the tools";
     const std::filesystem::path folder = scratch_.root();
-    server_.emplace(std::vector<std::string>{ORVANTA_DEVSERVER_PATH, "--port", "0", "--print-json",
-                                             "--db", (folder / "received.sqlite").string()},
-                    folder / "devserver.out", folder / "devserver.err");
+    std::vector<std::string> serverArgv{ORVANTA_DEVSERVER_PATH, "--port",    "0",
+                                        "--print-json",         "--db",      (folder / "received.sqlite").string(),
+                                        "--rules-dir",          rulesDir().string()};
+    for (const std::string& option : serverOptions()) serverArgv.push_back(option);
+    std::filesystem::create_directories(rulesDir());
+    server_.emplace(serverArgv, folder / "devserver.out", folder / "devserver.err");
     // The addresses come as one JSON line once both ports are bound.
     const auto deadline = std::chrono::steady_clock::now() + seconds(20);
     std::string text;
@@ -138,6 +141,10 @@ class CliFixture : public ::testing::Test {
   }
 
   std::filesystem::path home() const { return std::filesystem::path(scratch_.root()) / "app"; }
+  // Where the server finds the rules document "<appid>.json" of each app.
+  std::filesystem::path rulesDir() const { return std::filesystem::path(scratch_.root()) / "rules"; }
+  // More options for the server, for a fixture to add.
+  virtual std::vector<std::string> serverOptions() const { return {}; }
 
   // Runs one invocation of orvanta to its end; throws when it outlives timeout.
   CliRun run(const std::vector<std::string>& words, seconds timeout = seconds(120)) const {

@@ -73,6 +73,16 @@ Value jsonArgument(std::string_view what, const std::string& text) {
   }
 }
 
+Array productsArgument(std::string_view what, const std::string& text) {
+  const Value payload = jsonArgument(what, text);
+  if (payload.isMap()) return Array{payload};
+  const Array* products = payload.asArray();
+  if (products && std::all_of(products->begin(), products->end(), [](const Value& p) { return p.isMap(); })) {
+    return *products;
+  }
+  throw UsageError(std::string(what) + " must be a JSON object or an array of objects");
+}
+
 Bytes hexArgument(std::string_view what, const std::string& text) {
   if (text.size() % 2 != 0) throw UsageError(std::string(what) + " needs an even number of hex digits");
   Bytes bytes;

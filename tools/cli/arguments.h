@@ -35,6 +35,8 @@ class Arguments {
 std::int64_t integerArgument(std::string_view what, const std::string& text);
 // Any JSON document. The error gives the byte at which parsing failed.
 Value jsonArgument(std::string_view what, const std::string& text);
+// Product data: one JSON object, or an array of objects.
+Array productsArgument(std::string_view what, const std::string& text);
 // An even number of hexadecimal digits.
 Bytes hexArgument(std::string_view what, const std::string& text);
 

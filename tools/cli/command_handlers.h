@@ -27,6 +27,10 @@ Action parseLocal(Arguments& words);
 Action parseLaunchFrom(Arguments& words);
 Action parseExtension(Arguments& words);
 
+// inapp_commands.cc
+Action parseRules(Arguments& words);
+Action parseWhy(Arguments& words);
+
 // inspect_commands.cc
 Action parseQueue(Arguments& words);
 Action parseInbox(Arguments& words);

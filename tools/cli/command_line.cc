@@ -20,11 +20,11 @@ std::string baseUrl(std::string url) {
 // A day at most, which keeps the deadline within the clock's range.
 constexpr double kLongestWait = 86400;
 
-double seconds(const std::string& text) {
+double seconds(std::string_view flag, const std::string& text) {
   double value = 0;
   auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (ec != std::errc() || end != text.data() + text.size() || !(value >= 0 && value <= kLongestWait)) {
-    throw UsageError("--wait needs a number of seconds from 0 to 86400, not \"" + text + "\"");
+    throw UsageError(std::string(flag) + " needs a number of seconds from 0 to 86400, not \"" + text + "\"");
   }
   return value;
 }
@@ -40,7 +40,8 @@ const std::map<std::string, Setter, std::less<>>& valueOptions() {
       {"--rules-url", [](GlobalOptions& o, const std::string& v) { o.config.rulesBaseUrl = baseUrl(v); }},
       {"--bundle-id", [](GlobalOptions& o, const std::string& v) { o.config.bundleIdentifier = v; }},
       {"--app-version", [](GlobalOptions& o, const std::string& v) { o.config.bundleShortVersion = v; }},
-      {"--wait", [](GlobalOptions& o, const std::string& v) { o.waitSeconds = seconds(v); }},
+      {"--wait", [](GlobalOptions& o, const std::string& v) { o.waitSeconds = seconds("--wait", v); }},
+      {"--after", [](GlobalOptions& o, const std::string& v) { o.afterSeconds = seconds("--after", v); }},
       {"--scheme", [](GlobalOptions& o, const std::string& v) { o.config.urlSchemes.push_back(v); }},
       {"--system-version", [](GlobalOptions& o, const std::string& v) { o.systemVersion = v; }},
   };
@@ -81,8 +82,9 @@ std::string usageText() {
   std::string text =
       "usage: orvanta [options] COMMAND [ARGS]\n"
       "One invocation is one launch of an app that links the library: the app's\n"
-      "start-up runs, then COMMAND, then the program waits until the offline queue\n"
-      "is empty (or --wait has passed) and exits.\n"
+      "start-up runs (with --rules-url, until its rules download has answered),\n"
+      "then COMMAND, then the program waits until the offline queue is empty (or\n"
+      "--wait has passed) and exits.\n"
       "\n"
       "options:\n"
       "  --home DIR           the app's home folder (default: $ORVANTA_HOME, else\n"
@@ -93,6 +95,8 @@ std::string usageText() {
       "  --bundle-id ID       bundle identifier (names the device id's secure item)\n"
       "  --app-version V      bundle short version\n"
       "  --wait SECONDS       time limit for the offline queue to empty (default 10)\n"
+      "  --after SECONDS      run the command SECONDS after start-up (default 0); in-app\n"
+      "                       rules count their spent time from start-up\n"
       "  --quiet              no line per HTTP exchange\n"
       "  --scheme S           a URL scheme the app declares (repeatable)\n"
       "  --no-delegate        the app sets no push task manager delegate\n"

@@ -23,6 +23,8 @@ struct GlobalOptions {
   }();
   // How long to wait, after the command, for the offline queue to empty.
   double waitSeconds = 10;
+  // How long after start-up the command runs (at the earliest).
+  double afterSeconds = 0;
   // Leave out the line per HTTP exchange.
   bool quiet = false;
   // The device's system version the app sees.

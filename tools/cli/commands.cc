@@ -39,6 +39,14 @@ const std::vector<Command>& commands() {
       {"extension", "PAYLOAD [--category NAME]",
        "the service extension has prepared the notification (NAME: its content's category)", true,
        parseExtension},
+      {"rules", "",
+       "print the in-app rules as downloaded at start-up, one JSON object per line: id, eventList and the "
+       "stored frequency record",
+       true, parseRules},
+      {"why", "EVENTID [PAYLOAD_JSON]",
+       "trace what the in-app rules would decide for the event now, without showing or counting: one line "
+       "per candidate rule, then the winner",
+       true, parseWhy},
       {"queue", "", "print the offline queue, one JSON object per line: id, method, data", false, parseQueue},
       {"inbox", "", "print the stored notifications, one JSON object per line, newest first", false,
        parseInbox},

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "cli/exit_before_sending.h"
+#include "orvanta/app_tracking.h"
 #include "orvanta/platform/platform.h"
 #include "orvanta/push_task_manager.h"
 #include "orvanta/shared_manager.h"
@@ -12,6 +13,7 @@ namespace orvanta::cli {
 namespace {
 
 constexpr auto kPollInterval = std::chrono::milliseconds(100);
+
 
 // The longest delay of the library's notification handling: an opening
 // 0.5 s after a launch from a notification or a tap in the background.
@@ -37,6 +39,7 @@ Host::Host(const GlobalOptions& options, std::shared_ptr<Output> output)
     : output_(std::move(output)),
       applicationId_(options.appId),
       config_(options.config),
+      afterSeconds_(options.afterSeconds),
       platform_(makeLinuxPlatform(config_, options.home)),
       http_(std::make_shared<TracingHttpClient>(std::make_shared<ExitBeforeSending>(platform_.http), output_)),
       appHost_(std::make_shared<SimulatedAppHost>(platform_.appHost, options.systemVersion, output_)),
@@ -53,17 +56,41 @@ Host::~Host() { runtime_.reset(); }
 void Host::launch() {
   runtime_ = std::make_unique<Runtime>(platform_, config_);
   runtime_->pushTaskManager().setDelegate(delegate_);
+  runtime_->appTracking().setPopupTraceSink([output = output_](const PopupTrace& trace) {
+    for (const RuleTrace& rule : trace.candidates) {
+      if (rule.decidedBy == RuleCheck::kShown) output->line("popup " + rule.ruleId.value_or("-"));
+    }
+  });
+  const auto startUp = std::chrono::steady_clock::now();
   runtime_->sharedManager().handleApplicationLaunchEvent(launchOptions_, applicationId_);
+  waitForRules();
+  std::this_thread::sleep_until(startUp + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                              std::chrono::duration<double>(afterSeconds_)));
 }
 
-bool Host::waitForDelayedWork(Deadline deadline) {
-  if (!delayedWork_) return true;
+void Host::waitForRules() {
+  if (config_.rulesBaseUrl.empty()) return;
+  const std::string url = config_.rulesBaseUrl + "inappactivity/" + applicationId_ + ".json";
+  const Deadline deadline = std::chrono::steady_clock::now() + kOneAnswer;
+  if (!http_->waitForAnswer(url, deadline)) {
+    output_->note("the rules download did not answer in time");
+    return;
+  }
+  runMainQueueFor(0, deadline);
+}
+
+bool Host::runMainQueueFor(double seconds, Deadline deadline) {
   // Tasks due at the same time run in the order they were posted, so this
   // one runs after every delay of that length started before it.
   auto done = std::make_shared<std::promise<void>>();
   std::future<void> ran = done->get_future();
-  platform_.mainQueue->postAfter(kLongestNotificationDelaySeconds, [done] { done->set_value(); });
+  platform_.mainQueue->postAfter(seconds, [done] { done->set_value(); });
   return ran.wait_until(deadline) == std::future_status::ready;
+}
+
+bool Host::waitForDelayedWork(Deadline deadline) {
+  if (!delayedWork_) return true;
+  return runMainQueueFor(kLongestNotificationDelaySeconds, deadline);
 }
 
 StatusBlock Host::expectStatus(std::string label) {

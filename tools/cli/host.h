@@ -21,6 +21,9 @@ namespace orvanta::cli {
 
 using Deadline = std::chrono::steady_clock::time_point;
 
+// Longer than any one request may take, so that a wait for one answer ends.
+inline constexpr auto kOneAnswer = std::chrono::seconds(120);
+
 // Where the offline queue stood when a wait ended.
 struct QueueState {
   std::optional<std::size_t> queued;  // rows in the offline queue; nullopt: not readable (in time)
@@ -55,7 +58,12 @@ class Host {
   void setLaunchOptions(Map options) { launchOptions_ = std::move(options); }
   // Builds the runtime, gives the push task manager the app's delegate
   // (unless --no-delegate: it prints "host-link LINK", or "host-link -"
-  // for none), and runs the app's start-up as a host calls it at launch.
+  // for none), prints "popup RULEID" for every popup the in-app rules
+  // bring up, and runs the app's start-up as a host calls it at launch.
+  // With a rules server, then waits until the rules download has answered
+  // and what it set off on the main queue (the launch event's replay) has
+  // run, so that the command meets the rules in force; then until
+  // --after seconds have passed since start-up.
   void launch();
   // The command may have set off delayed work (an opening 0.0 s or 0.5 s
   // later on the main queue), which the launch waits for.
@@ -79,10 +87,15 @@ class Host {
  private:
   // Whether nothing is in flight and the queue holds no row.
   bool settled();
+  // Waits until the main queue has run what was due within `seconds` from
+  // now; false when the deadline came first.
+  bool runMainQueueFor(double seconds, Deadline deadline);
+  void waitForRules();
 
   const std::shared_ptr<Output> output_;
   const std::string applicationId_;
   const Config config_;
+  const double afterSeconds_;
   Platform platform_;
   const std::shared_ptr<TracingHttpClient> http_;
   const std::shared_ptr<SimulatedAppHost> appHost_;

@@ -1,7 +1,12 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
+#include <set>
+#include <string>
 
 #include "cli/output.h"
 #include "orvanta/platform/http_client.h"
@@ -28,11 +33,17 @@ class TracingHttpClient final : public HttpClient {
 
   // Requests handed to the real client whose completion has not returned.
   int inFlight() const { return inFlight_.load(); }
+  // Waits until the completion of a request for url has returned; false when
+  // the deadline came first.
+  bool waitForAnswer(const std::string& url, std::chrono::steady_clock::time_point deadline);
 
  private:
   const std::shared_ptr<HttpClient> inner_;
   const std::shared_ptr<Output> output_;
   std::atomic<int> inFlight_{0};
+  std::mutex mutex_;
+  std::condition_variable answered_;
+  std::set<std::string> answeredUrls_;  // guarded by mutex_
 };
 
 }  // namespace orvanta::cli

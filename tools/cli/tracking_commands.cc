@@ -1,5 +1,5 @@
 // start, track, track-many and deeplink: what an app does with its own events.
-#include <algorithm>
+
 #include <chrono>
 #include <string>
 
@@ -13,23 +13,6 @@
 #include "orvanta/shared_manager.h"
 
 namespace orvanta::cli {
-namespace {
-
-// Longer than any one request may take, so that a wait for one answer ends.
-constexpr auto kOneAnswer = std::chrono::seconds(120);
-
-// A payload is one product map or an array of them.
-Array productData(const Value& payload) {
-  if (payload.isMap()) return Array{payload};
-  const Array* products = payload.asArray();
-  if (products && std::all_of(products->begin(), products->end(), [](const Value& p) { return p.isMap(); })) {
-    return *products;
-  }
-  throw UsageError("PAYLOAD_JSON must be a JSON object or an array of objects");
-}
-
-}  // namespace
-
 Action parseStart(Arguments&) {
   return [](Host&) {};
 }
@@ -38,7 +21,7 @@ Action parseTrack(Arguments& words) {
   std::int64_t eventId = integerArgument("EVENTID", words.required("EVENTID"));
   std::optional<std::string> payloadText = words.optional();
   std::optional<Array> products;
-  if (payloadText) products = productData(jsonArgument("PAYLOAD_JSON", *payloadText));
+  if (payloadText) products = productsArgument("PAYLOAD_JSON", *payloadText);
   return [eventId, products](Host& host) {
     OrvantaAppTracking& tracking = host.runtime().appTracking();
     StatusBlock report = host.expectStatus("track " + std::to_string(eventId));

@@ -25,6 +25,7 @@ const char* usageText() {
          "  --control-port N    control API port; 0 = any free port (default)\n"
          "  --db PATH           message store file (default: in a new temporary folder)\n"
          "  --rules-dir DIR     folder of rule documents <appid>.json\n"
+         "  --rules-delay-ms D  hold each rule document found D milliseconds\n"
          "  --fail-status S     answer S instead of 200 (default 500 when failing)\n"
          "  --fail-count N      ... for the next N tracking requests only\n"
          "  --fail-method M     ... for requests to method M only\n"
@@ -58,6 +59,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& args) {
       line.options.db_path = value;
     } else if (flag == "--rules-dir") {
       line.options.rules_dir = value;
+    } else if (flag == "--rules-delay-ms") {
+      line.options.rules_delay = std::chrono::milliseconds(number(flag, value, 0, kMax));
     } else if (flag == "--fail-status") {
       fail.status = number(flag, value, 201, 599);
       failing = true;

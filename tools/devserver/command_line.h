@@ -14,7 +14,7 @@ struct CommandLine {
 };
 
 // Reads the arguments after the program name:
-//   --port N  --control-port N  --db PATH  --rules-dir DIR  --print-json  --help
+//   --port N  --control-port N  --db PATH  --rules-dir DIR  --rules-delay-ms D  --print-json  --help
 //   --fail-status S  --fail-count N  --fail-method M   one fail rule (status 500 by default);
 //                                                      --fail-status alone fails every POST
 //   --reset-count N  --stall-ms D

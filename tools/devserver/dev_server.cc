@@ -10,7 +10,7 @@ namespace orvanta::devserver {
 DevServer::DevServer(DevServerOptions options)
     : options_(std::move(options)),
       store_(options_.db_path),
-      site_context_{store_, faults_, options_.rules_dir, down_} {
+      site_context_{store_, faults_, options_.rules_dir, down_, options_.rules_delay} {
   {
     std::lock_guard lock(mutex_);
     bringUpLocked();

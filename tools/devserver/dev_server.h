@@ -32,6 +32,9 @@ struct DevServerOptions {
   std::filesystem::path db_path;
   // Folder of rule documents named "<appid>.json"; empty = no documents.
   std::filesystem::path rules_dir;
+  // How long each rule document's answer is held: a client's launch replay
+  // then meets rules that came in after its first second.
+  std::chrono::milliseconds rules_delay{0};
   // Fault modes in force from the start.
   ControlRequest initial_faults;
 };

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <thread>
 #include <optional>
 #include <string_view>
 
@@ -97,6 +98,7 @@ void serveRules(const SiteContext& context, const httplib::Request& request,
   if (!std::filesystem::is_regular_file(document, error)) return;
   std::ifstream file(document, std::ios::binary);
   if (!file) return;
+  std::this_thread::sleep_for(context.rules_delay);
   response.status = 200;
   response.set_content(std::string(std::istreambuf_iterator<char>(file), {}), kJson);
 }

@@ -3,6 +3,7 @@
 #include <httplib.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 
@@ -17,11 +18,13 @@ struct SiteContext {
   FaultController& faults;
   std::filesystem::path rules_dir;  // "<appid>.json" documents; empty = every document is absent
   const std::atomic<bool>& down;    // while set, requests on open connections are reset
+  std::chrono::milliseconds rules_delay{0};  // how long a found rule document's answer is held
 };
 
 // The site port's server:
 //   POST   /track/<method>                 record the message, answer per the fault modes
-//   GET    /rules/inappactivity/<id>.json  the rule document <rules_dir>/<id>.json, or 404
+//   GET    /rules/inappactivity/<id>.json  the rule document <rules_dir>/<id>.json, or 404,
+//                                          after rules_delay
 //   GET    /rules/inapp?<query>            a popup page
 //   GET    /                               the live page
 //   GET    /api/messages[?since=SEQ][&status=S], DELETE /api/messages, GET /api/counts
