@@ -5,7 +5,10 @@
 #   payloads, an outage during which messages wait in the offline queue, the
 #   server's return with the queue replayed in order, a later launch (21), and
 #   a notification received twice, opened twice and received again after a
-#   restart, reported delivered once and opened once.
+#   restart, reported delivered once and opened once, and in-app rules: a
+#   launch rule replayed when the rules arrive, a product event matched by a
+#   rule's filter, a cap that stops the third showing, and the trace of an
+#   event that showed nothing.
 # It prints what the library sent as it happened, then the server's timeline
 # of what it received, and a verdict. Exit status 0 only when nothing was lost.
 #
@@ -52,7 +55,12 @@ stop_server() {
 }
 trap stop_server EXIT
 
-"$devserver" --port 0 --print-json --db "$received" > "$demo/server.out" 2> "$demo/server.err" &
+# The server holds each rules document 1.1 s: a rule may show only once more
+# than a whole second has passed since the app's start-up, so an app that
+# gets its rules at once shows nothing until its second event.
+mkdir -p "$demo/rules"
+"$devserver" --port 0 --print-json --db "$received" --rules-dir "$demo/rules" --rules-delay-ms 1100 \
+  > "$demo/server.out" 2> "$demo/server.err" &
 server_pid=$!
 for _ in $(seq 100); do
   [ -s "$demo/server.out" ] && break
@@ -74,6 +82,8 @@ chapter() { printf '\n%s== %s%s\n' "$bold" "$*" "$plain"; }
 # answer line the CLI prints for its command ("track 101 -> 200").
 handed=()
 launched=false
+# Every "popup RULEID" line, in order.
+popups=()
 
 message_key() {
   case "$1" in
@@ -116,6 +126,9 @@ app() {
   while IFS= read -r label; do
     handed+=("$(message_key "$label")")
   done < <(grep -v '^http ' <<< "$out" | grep ' -> ' | sed 's/ -> .*//')
+  while IFS= read -r label; do
+    popups+=("${label#popup }")
+  done < <(grep '^popup ' <<< "$out" || true)
   return $status
 }
 
@@ -176,6 +189,31 @@ app inbox
 # The inbox decides: one delivery report and one opening report.
 handed+=("pn_deliver 12" "pn_open 13")
 
+chapter "In-app rules: fetched at every launch, evaluated after every event"
+# Rule 1 greets a later launch once; rule 2 listens to event 101 for
+# products whose category matches "shoes", twice in its campaign; rule 3 to
+# the same event for "hats". The campaign is open every day, all day.
+always='{"days":"monday,tuesday,wednesday,thursday,friday,saturday,sunday","from":"-1","to":"24:00"}'
+jq -n --argjson always "$always" '{InAppRuleList: [
+  {id: "1", fromDate: "2020-01-01T00:00:00", toDate: "2099-01-01T00:00:00", whatTo: "title=Welcome%20back",
+   whomTo: {eventList: "21"}, whenTo: {frequency: 1, frequencyType: "campaign", campaign: $always}},
+  {id: "2", fromDate: "2020-01-01T00:00:00", toDate: "2099-01-01T00:00:00", whatTo: "title=Shoes", whereTo: "4",
+   whomTo: {eventList: "101", everyone: "new", filter: [{filter: "s^category", value: "shoes"}]},
+   whenTo: {frequency: 2, frequencyType: "campaign", campaign: $always}},
+  {id: "3", fromDate: "2020-01-01T00:00:00", toDate: "2099-01-01T00:00:00", whatTo: "title=Hats", whereTo: "2",
+   whomTo: {eventList: "101", everyone: "new", filter: [{filter: "s^category", value: "hats"}]}}]}' \
+  > "$demo/rules/demo-app.json"
+printf '$ cat rules/demo-app.json   (on the rules server)\n'
+jq -c '.InAppRuleList[]' "$demo/rules/demo-app.json" | sed 's/^/    /'
+# The launch event (21) goes out before the rules arrive; their arrival
+# replays it, and rule 1 shows.
+app --quiet rules
+app --quiet track 101 '{"s^category":"Running shoes","f^price":89.9}'
+app --quiet track 101 '{"s^category":"Trail shoes","f^price":120}'
+# The third showing of rule 2 is stopped by its cap; the dry run says why.
+app --quiet track 101 '{"s^category":"Road shoes","f^price":99}'
+app --quiet why 101 '{"s^category":"Road shoes","f^price":99}'
+
 chapter "What the server received (every POST, with its answer)"
 messages=$(curl -sS --fail "${page}api/messages")
 printf '  %3s  %-12s  %-13s %4s  %-22s %-6s  %-23s %s\n' seq received method id event answer "" payload
@@ -227,9 +265,11 @@ else
   printf '  %s --port %s --db %s\n' "$devserver" "$port" "$received"
 fi
 printf 'notification %s: %s (each once is right)\n' "$trid" "$notification_reports"
+shown="${popups[*]}"
+printf 'popups shown: %s (1 2 2 is right)\n' "$shown"
 printf 'sent %d, received %d, lost %d\n' "$sent" "$((sent - lost))" "$lost"
 if $serve; then
   trap 'stop_server; exit 0' INT TERM
   wait "$server_pid" || true
 fi
-[ "$lost" -eq 0 ] && [ "$notification_reports" = "pn_deliver 1, pn_open 1" ]
+[ "$lost" -eq 0 ] && [ "$notification_reports" = "pn_deliver 1, pn_open 1" ] && [ "$shown" = "1 2 2" ]
