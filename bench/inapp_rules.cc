@@ -2,14 +2,13 @@
 // 1,000 and 10,000 rules of which none, one or ten listen to the event, and a
 // showing that writes its frequency record among 1,000 stored ones. The same
 // event with no rules at all is the floor.
-#include <httplib.h>
-
 #include <chrono>
 #include <stdexcept>
 #include <string>
 #include <thread>
 
 #include "caller_cost.h"
+#include "local_server.h"
 #include "orvanta/app_tracking.h"
 #include "orvanta/json.h"
 #include "orvanta/log.h"
@@ -22,8 +21,9 @@ namespace {
 
 constexpr std::int64_t kEvent = 101;
 
-const Array& eventPayload() {
-  static const Array payload{Map{{"s^category", "Trail shoes"}, {"f^price", 89.95}}};
+const Array &eventPayload() {
+  static const Array payload{
+      Map{{"s^category", "Trail shoes"}, {"f^price", 89.95}}};
   return payload;
 }
 
@@ -39,11 +39,17 @@ Map rule(std::size_t id, std::int64_t eventId, bool shows) {
             {"whatTo", "title=" + std::to_string(id)}};
   if (shows) {
     // Open every day, all day; a cap that lasts for the whole run.
-    Map campaign{{"days", "monday,tuesday,wednesday,thursday,friday,saturday,sunday"}, {"from", "-1"}, {"to", "24:00"}};
-    entry.set("whenTo", Map{{"frequency", 1'000'000'000}, {"frequencyType", "campaign"}, {"campaign", campaign}});
+    Map campaign{
+        {"days", "monday,tuesday,wednesday,thursday,friday,saturday,sunday"},
+        {"from", "-1"},
+        {"to", "24:00"}};
+    entry.set("whenTo", Map{{"frequency", 1'000'000'000},
+                            {"frequencyType", "campaign"},
+                            {"campaign", campaign}});
   } else {
     whomTo.set("everyone", "new");
-    whomTo.set("filter", Array{Map{{"filter", "s^category"}, {"value", "^hats$"}}});
+    whomTo.set("filter",
+               Array{Map{{"filter", "s^category"}, {"value", "^hats$"}}});
   }
   entry.set("whomTo", whomTo);
   return entry;
@@ -54,50 +60,31 @@ Map rule(std::size_t id, std::int64_t eventId, bool shows) {
 std::string document(std::size_t rules, std::size_t listeners, bool showing) {
   Array list;
   for (std::size_t i = 0; i < rules; ++i) {
-    list.emplace_back(rule(i, i < listeners ? kEvent : 1000 + std::int64_t(i), showing));
+    list.emplace_back(
+        rule(i, i < listeners ? kEvent : 1000 + std::int64_t(i), showing));
   }
   return dumpJson(Map{{"InAppRuleList", list}});
 }
 
-// Tracking and rules on loopback: every message answered 200, one rules document.
-class LocalServers {
- public:
-  explicit LocalServers(std::string rules) : rules_(std::move(rules)) {
-    server_.Post(R"(/track/.*)", [](const httplib::Request&, httplib::Response& response) { response.status = 200; });
-    server_.Get(R"(/rules/inappactivity/.*)", [this](const httplib::Request&, httplib::Response& response) {
-      response.set_content(rules_, "application/json");
-    });
-    port_ = server_.bind_to_any_port("127.0.0.1");
-    thread_ = std::thread([this] { server_.listen_after_bind(); });
-  }
-  ~LocalServers() {
-    server_.stop();
-    thread_.join();
-  }
-  std::string base() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
-
- private:
-  const std::string rules_;
-  httplib::Server server_;
-  int port_ = 0;
-  std::thread thread_;
-};
-
 // A started app whose rules are in force, more than a second after start-up
 // (before that no rule shows).
 class AppWithRules {
- public:
-  AppWithRules(std::size_t rules, std::string rulesDocument) : servers_(std::move(rulesDocument)) {
+public:
+  AppWithRules(std::size_t rules, std::string rulesDocument)
+      : server_(std::move(rulesDocument)) {
     // The library's start-up lines are not what is measured.
     setLogSink([](std::string_view) {});
     Config config;
-    config.trackingBaseUrl = servers_.base() + "track/";
-    config.rulesBaseUrl = servers_.base() + "rules/";
-    runtime_ = std::make_unique<Runtime>(makeLinuxPlatform(config, home_.root()), config);
+    config.trackingBaseUrl = server_.trackingUrl();
+    config.rulesBaseUrl = server_.rulesUrl();
+    runtime_ = std::make_unique<Runtime>(
+        makeLinuxPlatform(config, home_.root()), config);
     runtime_->sharedManager().setUpApplicationId("bench-app");
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::seconds(120);
     while (runtime_->appTracking().popupRules().size() != rules) {
-      if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error("the rules did not arrive");
+      if (std::chrono::steady_clock::now() > deadline)
+        throw std::runtime_error("the rules did not arrive");
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(1100));
@@ -106,33 +93,37 @@ class AppWithRules {
     runtime_.reset();
     setLogSink(nullptr);
   }
-  OrvantaAppTracking& tracking() { return runtime_->appTracking(); }
+  OrvantaAppTracking &tracking() { return runtime_->appTracking(); }
 
- private:
-  LocalServers servers_;
+private:
+  LocalServer server_;
   testing::TemporaryPaths home_;
   std::unique_ptr<Runtime> runtime_;
 };
 
 // No rules (the floor), then 10, 1,000 and 10,000 of which none, one or ten
 // listen to the event.
-void ruleCounts(benchmark::internal::Benchmark* benchmark) {
+void ruleCounts(benchmark::internal::Benchmark *benchmark) {
   benchmark->Args({0, 0});
   for (const std::int64_t rules : {10, 1000, 10000}) {
-    for (const std::int64_t listening : {0, 1, 10}) benchmark->Args({rules, listening});
+    for (const std::int64_t listening : {0, 1, 10})
+      benchmark->Args({rules, listening});
   }
 }
 
-void measureEvents(benchmark::State& state, AppWithRules& app) {
+void measureEvents(benchmark::State &state, AppWithRules &app) {
   LatencySamples samples;
   for (auto _ : state) {
-    samples.time([&] { app.tracking().sendAppTrackingEventWithCustomPayload(kEvent, eventPayload(), nullptr); });
+    samples.time([&] {
+      app.tracking().sendAppTrackingEventWithCustomPayload(
+          kEvent, eventPayload(), nullptr);
+    });
   }
   samples.report(state);
 }
 
 // The whole tracked event on the host's thread, rules and all.
-void BM_TrackedEventWithRules(benchmark::State& state) {
+void BM_TrackedEventWithRules(benchmark::State &state) {
   const auto rules = static_cast<std::size_t>(state.range(0));
   const auto listeners = static_cast<std::size_t>(state.range(1));
   AppWithRules app(rules, document(rules, listeners, /*showing=*/false));
@@ -146,13 +137,16 @@ BENCHMARK(BM_TrackedEventWithRules)
 
 // The rules' part alone: the same evaluation, traced, without the message
 // around it (nothing shown, nothing counted).
-void BM_RulesEvaluationAlone(benchmark::State& state) {
+void BM_RulesEvaluationAlone(benchmark::State &state) {
   const auto rules = static_cast<std::size_t>(state.range(0));
   const auto listeners = static_cast<std::size_t>(state.range(1));
   AppWithRules app(rules, document(rules, listeners, /*showing=*/false));
   LatencySamples samples;
   for (auto _ : state) {
-    samples.time([&] { benchmark::DoNotOptimize(app.tracking().popupDryRun(kEvent, eventPayload())); });
+    samples.time([&] {
+      benchmark::DoNotOptimize(
+          app.tracking().popupDryRun(kEvent, eventPayload()));
+    });
   }
   samples.report(state);
 }
@@ -164,7 +158,7 @@ BENCHMARK(BM_RulesEvaluationAlone)
 
 // A tracked event whose rule shows, counting the showing in its stored
 // record, with 1,000 records stored.
-void BM_TrackedEventThatShowsAmongStoredRecords(benchmark::State& state) {
+void BM_TrackedEventThatShowsAmongStoredRecords(benchmark::State &state) {
   const auto rules = static_cast<std::size_t>(state.range(0));
   AppWithRules app(rules, document(rules, /*listeners=*/1, /*showing=*/true));
   measureEvents(state, app);
@@ -175,5 +169,5 @@ BENCHMARK(BM_TrackedEventThatShowsAmongStoredRecords)
     ->Iterations(3000)
     ->Unit(benchmark::kMicrosecond);
 
-}  // namespace
-}  // namespace orvanta::bench
+} // namespace
+} // namespace orvanta::bench

@@ -1,11 +1,9 @@
 // What one tracked event costs the host's thread: the envelope built and
 // serialized, journaled, and handed to the network thread.
-#include <httplib.h>
-
 #include <filesystem>
-#include <thread>
 
 #include "caller_cost.h"
+#include "local_server.h"
 #include "orvanta/app_tracking.h"
 #include "orvanta/json.h"
 #include "orvanta/log.h"
@@ -54,29 +52,8 @@ void BM_EnvelopeBuildAndSerialize(benchmark::State& state) {
 }
 BENCHMARK(BM_EnvelopeBuildAndSerialize);
 
-// A tracking server on loopback that answers every message 200.
-class AcceptingServer {
- public:
-  AcceptingServer() {
-    server_.Post(R"(/track/.*)", [](const httplib::Request&, httplib::Response& response) { response.status = 200; });
-    port_ = server_.bind_to_any_port("127.0.0.1");
-    // The socket already listens once bound: connections wait in its backlog.
-    thread_ = std::thread([this] { server_.listen_after_bind(); });
-  }
-  ~AcceptingServer() {
-    server_.stop();
-    thread_.join();
-  }
-  std::string trackingUrl() const { return "http://127.0.0.1:" + std::to_string(port_) + "/track/"; }
-
- private:
-  httplib::Server server_;
-  int port_ = 0;
-  std::thread thread_;
-};
-
 void BM_TrackEventCallerCost(benchmark::State& state) {
-  AcceptingServer server;
+  LocalServer server;
   testing::TemporaryPaths home;
   Config config;
   config.trackingBaseUrl = server.trackingUrl();

@@ -8,69 +8,76 @@
 #include <fstream>
 
 #include "integration/cli_harness.h"
+#include "integration/rule_document.h"
 
 namespace orvanta::clitest {
 namespace {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using testing::ruleListeningTo;
 using ::testing::StartsWith;
 using Lines = std::vector<std::string>;
 
 // Every day, and hours from before midnight ("-1") to after the last minute:
 // a campaign that is always open, so that its cap is consulted.
-const Json kAlwaysOpen = {{"days", "monday,tuesday,wednesday,thursday,friday,saturday,sunday"},
-                          {"from", "-1"},
-                          {"to", "24:00"}};
+const Json kAlwaysOpen = {
+    {"days", "monday,tuesday,wednesday,thursday,friday,saturday,sunday"},
+    {"from", "-1"},
+    {"to", "24:00"}};
 
-Json rule(const std::string& id, const std::string& eventId) {
-  return {{"id", id},
-          {"fromDate", "2020-01-01T00:00:00"},
-          {"toDate", "2099-01-01T00:00:00"},
-          {"whatTo", "title=" + id},
-          {"whomTo", {{"eventList", eventId}}}};
-}
-
-Json forCategory(Json rule, const std::string& category) {
+Json forCategory(Json rule, const std::string &category) {
   rule["whomTo"]["everyone"] = "new";
-  rule["whomTo"]["filter"] = Json::array({{{"filter", "s^category"}, {"value", category}}});
+  rule["whomTo"]["filter"] =
+      Json::array({{{"filter", "s^category"}, {"value", category}}});
   return rule;
 }
 
 Json cappedInCampaign(Json rule, int frequency) {
-  rule["whenTo"] = {{"frequency", frequency}, {"frequencyType", "campaign"}, {"campaign", kAlwaysOpen}};
+  rule["whenTo"] = {{"frequency", frequency},
+                    {"frequencyType", "campaign"},
+                    {"campaign", kAlwaysOpen}};
   return rule;
 }
 
-Lines popupLines(const CliRun& run) {
+Lines popupLines(const CliRun &run) {
   Lines popups;
-  for (const std::string& line : run.lines()) {
-    if (line.starts_with("popup ")) popups.push_back(line);
+  for (const std::string &line : run.lines()) {
+    if (line.starts_with("popup "))
+      popups.push_back(line);
   }
   return popups;
 }
 
 class CliInAppTest : public CliFixture {
- protected:
+protected:
   // The rules are held past the first second after start-up, which the rules'
   // spent time ("more than 0 seconds") needs before anything shows.
-  std::vector<std::string> serverOptions() const override { return {"--rules-delay-ms", "1100"}; }
-
-  void publish(const std::vector<Json>& rules) const {
-    std::ofstream(rulesDir() / "cli-test.json") << Json{{"InAppRuleList", rules}}.dump();
+  std::vector<std::string> serverOptions() const override {
+    return {"--rules-delay-ms", "1100"};
   }
-  CliRun launch(const std::vector<std::string>& words) const {
+
+  void publish(const std::vector<Json> &rules) const {
+    std::ofstream(rulesDir() / "cli-test.json")
+        << Json{{"InAppRuleList", rules}}.dump();
+  }
+  CliRun launch(const std::vector<std::string> &words) const {
     CliRun launched = run(words);
     EXPECT_EQ(launched.status, 0) << launched.out << launched.err;
     return launched;
   }
 };
 
-TEST_F(CliInAppTest, TheLaunchEventIsReplayedOnceWhenTheRulesArriveAndTheCommandRunsAfterThem) {
-  publish({cappedInCampaign(rule("1", "20"), 5), rule("2", "21")});
+TEST_F(
+    CliInAppTest,
+    TheLaunchEventIsReplayedOnceWhenTheRulesArriveAndTheCommandRunsAfterThem) {
+  publish({cappedInCampaign(ruleListeningTo("1", "20"), 5),
+           ruleListeningTo("2", "21")});
   const Lines first = launch({"start"}).lines();
   // Event 20 went out before the rules came; their arrival replays it.
-  const auto download = std::find(first.begin(), first.end(), "http GET /rules/inappactivity/cli-test.json -> 200");
+  const auto download =
+      std::find(first.begin(), first.end(),
+                "http GET /rules/inappactivity/cli-test.json -> 200");
   const auto popup = std::find(first.begin(), first.end(), "popup 1");
   ASSERT_NE(download, first.end());
   ASSERT_NE(popup, first.end());
@@ -80,34 +87,48 @@ TEST_F(CliInAppTest, TheLaunchEventIsReplayedOnceWhenTheRulesArriveAndTheCommand
   // A later launch sends 21; the rules listing runs once they are in force.
   const CliRun second = launch({"rules"});
   EXPECT_EQ(popupLines(second), Lines{"popup 2"});
-  EXPECT_THAT(second.lines(), Contains(StartsWith(R"({"id":"1","eventList":"20","frequency":5,)"
-                                                 R"("frequencyType":"campaign","frequencyRemaining":4,)")));
+  EXPECT_THAT(second.lines(),
+              Contains(StartsWith(
+                  R"({"id":"1","eventList":"20","frequency":5,)"
+                  R"("frequencyType":"campaign","frequencyRemaining":4,)")));
   EXPECT_THAT(second.lines(), Contains(R"({"id":"2","eventList":"21"})"));
 }
 
-TEST_F(CliInAppTest, FiltersChooseTheRuleTheCapStopsTheThirdShowingAndTheDryRunSaysWhy) {
-  publish({cappedInCampaign(forCategory(rule("2", "101"), "shoes"), 2), forCategory(rule("3", "101"), "hats")});
+TEST_F(CliInAppTest,
+       FiltersChooseTheRuleTheCapStopsTheThirdShowingAndTheDryRunSaysWhy) {
+  publish(
+      {cappedInCampaign(forCategory(ruleListeningTo("2", "101"), "shoes"), 2),
+       forCategory(ruleListeningTo("3", "101"), "hats")});
   const std::string shoes = R"({"s^category":"Running SHOES"})";
   const std::vector<Lines> expected{{"popup 2"}, {"popup 2"}, {}};
-  for (const Lines& popups : expected) EXPECT_EQ(popupLines(launch({"track", "101", shoes})), popups);
-  EXPECT_EQ(popupLines(launch({"track", "101", R"([{"s^category":"socks"},{"s^category":"hats"}])"})),
-            Lines{"popup 3"});
+  for (const Lines &popups : expected)
+    EXPECT_EQ(popupLines(launch({"track", "101", shoes})), popups);
+  EXPECT_EQ(
+      popupLines(launch({"track", "101",
+                         R"([{"s^category":"socks"},{"s^category":"hats"}])"})),
+      Lines{"popup 3"});
 
   const Lines rulesBefore = launch({"--quiet", "rules"}).lines();
   const CliRun why = launch({"--quiet", "why", "101", shoes});
-  EXPECT_THAT(why.lines(), ElementsAre("rule 2: fails frequencyCap (the frequency cap allows no showing now)",
-                                       StartsWith("rule 3: fails audience ("), "winner none", "queue empty"));
-  EXPECT_EQ(launch({"--quiet", "rules"}).lines(), rulesBefore) << "the dry run counts nothing";
-  EXPECT_THAT(launch({"--quiet", "why", "101", R"({"s^category":"hats"})"}).lines(),
-              ElementsAre(StartsWith("rule 2: fails audience ("), "rule 3: passes", "winner 3", "queue empty"));
+  EXPECT_THAT(why.lines(), ElementsAre("rule 2: fails frequencyCap (the "
+                                       "frequency cap allows no showing now)",
+                                       StartsWith("rule 3: fails audience ("),
+                                       "winner none", "queue empty"));
+  EXPECT_EQ(launch({"--quiet", "rules"}).lines(), rulesBefore)
+      << "the dry run counts nothing";
+  EXPECT_THAT(
+      launch({"--quiet", "why", "101", R"({"s^category":"hats"})"}).lines(),
+      ElementsAre(StartsWith("rule 2: fails audience ("), "rule 3: passes",
+                  "winner 3", "queue empty"));
 }
 
 TEST_F(CliInAppTest, WithoutARulesDocumentTheCommandRunsAndNothingShows) {
   const CliRun launched = launch({"why", "101"});
-  EXPECT_THAT(launched.lines(), Contains("http GET /rules/inappactivity/cli-test.json -> 404"));
+  EXPECT_THAT(launched.lines(),
+              Contains("http GET /rules/inappactivity/cli-test.json -> 404"));
   EXPECT_THAT(launched.lines(), Contains("winner none"));
   EXPECT_EQ(launch({"--quiet", "rules"}).lines(), Lines{"queue empty"});
 }
 
-}  // namespace
-}  // namespace orvanta::clitest
+} // namespace
+} // namespace orvanta::clitest
