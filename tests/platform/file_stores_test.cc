@@ -188,6 +188,20 @@ TEST_F(FileSecureStoreTest, CorruptFileIsLoggedKeptAsideAndTheStoreStartsEmpty) 
   EXPECT_EQ(contentsOf(file() + ".corrupt"), cut);
 }
 
+// Two stores on one folder stand for two processes: each sees the other's
+// changes at once and never writes back an item the other removed.
+TEST_F(FileSecureStoreTest, StoresSharingTheFolderSeeEachOthersChangesAtOnce) {
+  FileSecureStore app(folder());
+  FileSecureStore extension(folder());
+  ASSERT_EQ(app.add(item("app", "id")), errSecSuccess);
+  EXPECT_EQ(find(extension, query("app")), item("app", "id"));
+  EXPECT_EQ(extension.add(item("app", "other")), errSecDuplicateItem);
+  ASSERT_EQ(extension.remove(query("app")), errSecSuccess);
+  ASSERT_EQ(app.add(item("ext", "2")), errSecSuccess);
+  EXPECT_EQ(find(extension, query("app")), std::nullopt);
+  EXPECT_EQ(find(app, Map{}), item("ext", "2"));
+}
+
 TEST_F(FileSecureStoreTest, ConcurrentCallersKeepEveryItem) {
   constexpr int kThreads = 4;
   {
