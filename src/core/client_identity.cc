@@ -47,6 +47,15 @@ std::string ClientIdentity::getGUID() {
 
 std::string ClientIdentity::getPushID() {
   std::lock_guard lock(keychainMutex_);
+  // Decided under the settings' lock, which processes sharing the settings
+  // honour too: of two first starts at once (the app and an extension of a
+  // new installation) the second finds the first's flag and identifier.
+  std::string pushId;
+  standardSettings_.withLock([&] { pushId = decidePushID(); });
+  return pushId;
+}
+
+std::string ClientIdentity::decidePushID() {
   keychainItemWrapperObj_ = std::make_shared<KeychainItemWrapper>(secureStore_, keychainIdentifier_, std::nullopt);
   // The secure store outlives a removed app while the settings do not, so the
   // first start of every installation forgets the old identifier.

@@ -29,7 +29,9 @@ class ClientIdentity {
   ClientIdentity& operator=(const ClientIdentity&) = delete;
 
   // The operations behind OrvantaSharedManager's of the same names, whose
-  // header says what each answers.
+  // header says what each answers. getPushID decides under the standard
+  // settings' withLock, so processes sharing the settings and the secure
+  // store agree on one identifier.
   static std::string getGUID();
   std::string getPushID();
   void setDeviceToken(const Value& token);
@@ -42,6 +44,9 @@ class ClientIdentity {
   std::shared_ptr<KeychainItemWrapper> keychainItemWrapperObj() const;
 
  private:
+  // The body of getPushID, run under keychainMutex_ and the settings' lock.
+  std::string decidePushID();
+
   OrvantaDataModel& model_;
   OrvantaCommanMethods& settings_;
   SettingsStore& standardSettings_;

@@ -102,9 +102,15 @@ std::string OrvantaCommanMethods::getDeviceToken() {
 }
 
 void OrvantaCommanMethods::launchEvent() {
-  const auto hasRun = standardSettings_.get(settings_key::kHasRunAppOnce);
-  const bool firstLaunch = !(hasRun && hasRun->truthy());
-  if (firstLaunch) standardSettings_.set(settings_key::kHasRunAppOnce, true);
+  // Read and set under the settings' lock, which processes sharing the
+  // settings honour too, so of two first starts at once only one counts as
+  // the first; the flag is durable before the event goes out.
+  bool firstLaunch = false;
+  standardSettings_.withLock([&] {
+    const auto hasRun = standardSettings_.get(settings_key::kHasRunAppOnce);
+    firstLaunch = !(hasRun && hasRun->truthy());
+    if (firstLaunch) standardSettings_.set(settings_key::kHasRunAppOnce, true);
+  });
   sendTrackingEvent_(firstLaunch ? 20 : 21);
 }
 

@@ -57,7 +57,8 @@ class OrvantaCommanMethods {
   static std::string removeBlankSpaceValue(const Value* value);
   // The device token as lowercase hex without separators, or "".
   std::string getDeviceToken();
-  // Sends event 20 on the first start of this installation, 21 afterwards.
+  // Sends event 20 on the first start of this installation, 21 afterwards;
+  // one 20 also when processes sharing the settings start at once.
   void launchEvent();
   // One line to the log sink: the configured prefix word, a blank, message.
   void log(std::string_view message) const;

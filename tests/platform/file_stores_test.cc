@@ -163,15 +163,15 @@ TEST_F(FileSecureStoreTest, KeepsItsFolderAndFilePrivateNarrowingModesThatAreToo
 TEST_F(FileSecureStoreTest, FailedWriteAnswersIOErrorAndChangesNothing) {
   FileSecureStore store(folder());
   ASSERT_EQ(store.add(item("kept", "1")), errSecSuccess);
-  // A folder in the file's place makes the final rename fail, even as root.
-  fs::remove(file());
-  fs::create_directories(file() + "/inside");
+  // A folder in the temporary file's place makes every write fail, even as root.
+  fs::create_directories(file() + ".tmp/inside");
   EXPECT_EQ(store.add(item("app", "id")), errSecIO);
   EXPECT_EQ(store.update(query("kept"), Map{{kSecAttrLabel, "x"}}), errSecIO);
   EXPECT_EQ(store.remove(query("kept")), errSecIO);
   EXPECT_EQ(find(store, query("app")), std::nullopt);
+  EXPECT_EQ(find(store, query("kept")), item("kept", "1"));
 
-  fs::remove_all(file());
+  fs::remove_all(file() + ".tmp");
   EXPECT_EQ(store.add(item("app", "id")), errSecSuccess);
   FileSecureStore reopened(folder());
   EXPECT_EQ(find(reopened, query("kept")), item("kept", "1"));
@@ -186,6 +186,20 @@ TEST_F(FileSecureStoreTest, CorruptFileIsLoggedKeptAsideAndTheStoreStartsEmpty) 
   EXPECT_EQ(find(store, Map{}), std::nullopt);
   EXPECT_TRUE(log.contains(file()));
   EXPECT_EQ(contentsOf(file() + ".corrupt"), cut);
+}
+
+// Two stores on one folder stand for two processes: each sees the other's
+// changes at once and never writes back an item the other removed.
+TEST_F(FileSecureStoreTest, StoresSharingTheFolderSeeEachOthersChangesAtOnce) {
+  FileSecureStore app(folder());
+  FileSecureStore extension(folder());
+  ASSERT_EQ(app.add(item("app", "id")), errSecSuccess);
+  EXPECT_EQ(find(extension, query("app")), item("app", "id"));
+  EXPECT_EQ(extension.add(item("app", "other")), errSecDuplicateItem);
+  ASSERT_EQ(extension.remove(query("app")), errSecSuccess);
+  ASSERT_EQ(app.add(item("ext", "2")), errSecSuccess);
+  EXPECT_EQ(find(extension, query("app")), std::nullopt);
+  EXPECT_EQ(find(app, Map{}), item("ext", "2"));
 }
 
 TEST_F(FileSecureStoreTest, ConcurrentCallersKeepEveryItem) {
@@ -263,7 +277,9 @@ TEST_F(FileSettingsStoreTest, FailedWriteIsReportedAndRetriedBySynchronize) {
   EXPECT_EQ(onDisk(), Value(Map{{"key", "value"}}));
 }
 
-TEST_F(FileSettingsStoreTest, CorruptFileReadsAsEmptyIsLoggedAndKeptAside) {
+// A corrupt file is logged and kept aside; the last good copy, which every
+// successful write leaves beside the file, takes its place when it is usable.
+TEST_F(FileSettingsStoreTest, CorruptFileIsLoggedKeptAsideAndRestoredFromItsLastGoodCopy) {
   const std::string corruptions[] = {
       "",                                 // cut before the first byte
       R"({"key": "val)",                  // cut in the middle
@@ -271,15 +287,39 @@ TEST_F(FileSettingsStoreTest, CorruptFileReadsAsEmptyIsLoggedAndKeptAside) {
       R"(["key"])",                       // JSON, but not an object
       R"({"$bytes": "aGk="})",            // an object that reads as bytes, not a map
   };
-  fs::create_directories(fs::path(path()).parent_path());
-  for (const std::string& text : corruptions) {
-    SCOPED_TRACE(text);
-    std::ofstream(path(), std::ios::binary | std::ios::trunc) << text;
-    testing::LogLines log;
-    EXPECT_EQ(open()->get("key"), std::nullopt);
-    EXPECT_TRUE(log.contains(path()));
-    EXPECT_EQ(contentsOf(path() + ".corrupt"), text);
-    fs::remove(path() + ".corrupt");
+  const std::string lastGood = path() + ".last-good";
+  const Map saved{{"key", "saved"}, {"token", Bytes{7}}};
+  // The last good copy beside the corrupt file: none, the one a write of the
+  // store left, or a corrupt one too.
+  enum class Copy { kNone, kWritten, kCorrupt };
+  for (const Copy copy : {Copy::kNone, Copy::kWritten, Copy::kCorrupt}) {
+    const bool restored = copy == Copy::kWritten;
+    for (const std::string& text : corruptions) {
+      SCOPED_TRACE("copy " + std::to_string(static_cast<int>(copy)) + ", file " +
+                   ::testing::PrintToString(text));
+      fs::remove_all(fs::path(path()).parent_path());
+      if (restored) {
+        auto store = open();
+        for (const auto& [key, value] : saved) store->set(key, value);
+        ASSERT_TRUE(store->synchronize());
+      }
+      fs::create_directories(fs::path(path()).parent_path());
+      if (copy == Copy::kCorrupt) std::ofstream(lastGood) << R"({"key")";
+      std::ofstream(path(), std::ios::binary | std::ios::trunc) << text;
+
+      testing::LogLines log;
+      auto store = open();
+      EXPECT_EQ(store->get("key"), restored ? std::optional(Value("saved")) : std::nullopt);
+      EXPECT_TRUE(log.contains(path()));
+      EXPECT_EQ(contentsOf(path() + ".corrupt"), text);
+      // Put back on disk at once, so another process reads it too; else none.
+      EXPECT_EQ(fs::exists(path()) ? onDisk() : Value(), restored ? Value(saved) : Value());
+      // The next write starts from what was read and refreshes the copy.
+      store->set("after", 1);
+      ASSERT_TRUE(store->synchronize());
+      EXPECT_EQ(contentsOf(lastGood), contentsOf(path()));
+      EXPECT_EQ(onDisk().asMap()->size(), restored ? 3u : 1u);
+    }
   }
 }
 

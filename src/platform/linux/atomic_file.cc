@@ -5,21 +5,13 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 
+#include "platform/linux/posix_error.h"
 #include "platform/linux/unique_fd.h"
 
 namespace orvanta {
 namespace {
-
-// The one place where errno becomes words.
-std::string describeFailure(const char* operation, const std::string& path, int err) {
-  char buffer[256];
-  // GNU strerror_r answers a pointer that may or may not be buffer.
-  const char* reason = strerror_r(err, buffer, sizeof buffer);
-  return std::string(operation) + " " + path + ": " + reason;
-}
 
 int openRetrying(const char* path, int flags, mode_t mode = 0) {
   int fd;

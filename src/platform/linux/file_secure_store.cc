@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "orvanta/log.h"
+#include "platform/linux/file_lock.h"
 #include "platform/linux/tagged_json_file.h"
+#include "platform/secure_item_table.h"
 
 namespace orvanta {
 namespace {
@@ -57,15 +59,15 @@ bool preparePrivateFolder(const fs::path& folder) {
   return restrictMode(folder, kFolderPerms);
 }
 
-std::vector<Map> loadItems(const std::string& path) {
-  const Map file = readTaggedMapFile(path);
+SecureItemTable loadItems(const std::string& path) {
+  const Map file = readTaggedMapFile(path, kFileMode);
   std::vector<Map> items;
   const Value* stored = file.find(kItemsKey);
-  if (stored == nullptr) return items;
+  if (stored == nullptr) return SecureItemTable(std::move(items));
   const Array* array = stored->asArray();
   if (array == nullptr) {
     logLine("Orvanta ignores the items of " + path + ": not a list");
-    return items;
+    return SecureItemTable(std::move(items));
   }
   items.reserve(array->size());
   for (const Value& item : *array) {
@@ -75,7 +77,7 @@ std::vector<Map> loadItems(const std::string& path) {
       logLine("Orvanta ignores an item of " + path + " that is not a map");
     }
   }
-  return items;
+  return SecureItemTable(std::move(items));
 }
 
 }  // namespace
@@ -84,42 +86,36 @@ FileSecureStore::FileSecureStore(std::string folder)
     : folder_(std::move(folder)), path_((fs::path(folder_) / kFileName).string()) {
   std::error_code ignored;  // an unexaminable file shows when it is read
   if (preparePrivateFolder(folder_) && fs::exists(path_, ignored)) restrictMode(path_, kFilePerms);
-  table_ = SecureItemTable(loadItems(path_));
 }
 
 int FileSecureStore::copyMatching(const Map& query, Map* result) {
-  std::lock_guard lock(mutex_);
-  return table_.copyMatching(query, result);
+  const FileLock lock(FileLock::pathFor(path_));
+  return loadItems(path_).copyMatching(query, result);
 }
 
 int FileSecureStore::add(const Map& item) {
-  std::lock_guard lock(mutex_);
   return commit([&](SecureItemTable& table) { return table.add(item); });
 }
 
 int FileSecureStore::update(const Map& query, const Map& changes) {
-  std::lock_guard lock(mutex_);
   return commit([&](SecureItemTable& table) { return table.update(query, changes); });
 }
 
 int FileSecureStore::remove(const Map& query) {
-  std::lock_guard lock(mutex_);
   return commit([&](SecureItemTable& table) { return table.remove(query); });
 }
 
 template <typename Change>
 int FileSecureStore::commit(Change change) {
-  SecureItemTable next = table_;
-  if (const int status = change(next); status != errSecSuccess) return status;
-  Map file;
-  file.set(kItemsKey, Array(next.items().begin(), next.items().end()));
   // The folder is checked on every write: it may have been removed or
   // loosened since the store was opened.
-  if (!preparePrivateFolder(folder_) || !writeTaggedMapFile(path_, file, kFileMode)) {
-    return errSecIO;
-  }
-  table_ = std::move(next);
-  return errSecSuccess;
+  if (!preparePrivateFolder(folder_)) return errSecIO;
+  const FileLock lock(FileLock::pathFor(path_));
+  SecureItemTable table = loadItems(path_);
+  if (const int status = change(table); status != errSecSuccess) return status;
+  Map file;
+  file.set(kItemsKey, Array(table.items().begin(), table.items().end()));
+  return writeTaggedMapFile(path_, file, kFileMode) ? errSecSuccess : errSecIO;
 }
 
 }  // namespace orvanta

@@ -1,25 +1,26 @@
 // Generic-password items kept in a private file of the user's.
 #pragma once
 
-#include <mutex>
 #include <string>
 
 #include "orvanta/platform/secure_store.h"
-#include "platform/secure_item_table.h"
 
 namespace orvanta {
 
 // The items live in <folder>/secure-items.json (mode 0600) inside a folder of
-// mode 0700, as tagged JSON. Searches are served from memory; every change is
-// written through, synchronously, before the call answers. Thread-safe: one
-// lock around each call, file writes included.
+// mode 0700, as tagged JSON. The file is the only copy: every call takes the
+// file's FileLock (shared with other processes and stores on the folder),
+// reads the file and, for a change, writes it back before the lock is
+// released and the call answers. So processes sharing the folder see each
+// other's items at once and never undo each other's changes. Thread-safe.
 class FileSecureStore : public SecureStore {
  public:
   static constexpr const char* kFileName = "secure-items.json";
 
-  // Creates folder (mode 0700) when missing, narrows the modes of the folder
-  // and file when they differ from 0700 and 0600, and loads the items. A
-  // corrupt file is logged, kept aside as <file>.corrupt and read as empty.
+  // Creates folder (mode 0700) when missing and narrows the modes of the
+  // folder and file when they differ from 0700 and 0600. A corrupt file is
+  // logged, kept aside as <file>.corrupt and replaced by its last good copy,
+  // else read as empty (see readTaggedMapFile).
   // The folder is checked again before every write; while it cannot be made
   // private (logged), changes answer errSecIO.
   explicit FileSecureStore(std::string folder);
@@ -34,15 +35,13 @@ class FileSecureStore : public SecureStore {
   const std::string& path() const { return path_; }
 
  private:
-  // Applies change to a copy of the table and keeps the copy once it is
-  // durable. Requires mutex_.
+  // Under the file's lock: applies change to the stored table and writes
+  // the result.
   template <typename Change>
   int commit(Change change);
 
   const std::string folder_;
   const std::string path_;
-  std::mutex mutex_;
-  SecureItemTable table_;  // guarded by mutex_
 };
 
 }  // namespace orvanta

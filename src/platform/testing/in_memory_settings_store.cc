@@ -25,6 +25,12 @@ bool InMemorySettingsStore::synchronize() {
   return true;
 }
 
+bool InMemorySettingsStore::withLock(const std::function<void()>& body) {
+  std::lock_guard lock(exclusive_);
+  body();
+  return true;
+}
+
 int InMemorySettingsStore::synchronizeCount() const {
   std::lock_guard lock(mutex_);
   return synchronizeCount_;
