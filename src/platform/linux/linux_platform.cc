@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "orvanta/config.h"
+#include "orvanta/platform/headless_screen.h"
 #include "orvanta/platform/platform.h"
 #include "platform/linux/curl_http_client.h"
 #include "platform/linux/desktop_notification_center.h"
@@ -20,6 +21,10 @@ namespace orvanta {
 namespace {
 
 namespace fs = std::filesystem;
+
+// The headless screen's size, held upright: a small phone's, in points.
+constexpr double kHeadlessWidth = 320;
+constexpr double kHeadlessHeight = 568;
 
 // Names the app's folder and settings file: the bundle identifier, else the
 // program's own name, so that two apps never share a home by default.
@@ -56,6 +61,8 @@ Platform makeLinuxPlatform(const Config& config, const std::string& appHome) {
   platform.location = std::make_shared<NoLocationProvider>();
   platform.appHost = std::make_shared<LinuxAppHost>();
   platform.notificationCenter = std::make_shared<DesktopNotificationCenter>();
+  // No display: popups and web screens are laid out and kept, not drawn.
+  platform.views = std::make_shared<HeadlessScreen>(kHeadlessWidth, kHeadlessHeight);
   return platform;
 }
 
