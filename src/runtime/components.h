@@ -14,6 +14,7 @@
 #include "core/sessions.h"
 #include "device/date_formator.h"
 #include "device/file_utilities.h"
+#include "device/location_tracker.h"
 #include "net/web_service_handler.h"
 #include "notifications/notification_reporter.h"
 #include "orvanta/open_in_service.h"
@@ -37,6 +38,7 @@ struct Runtime::Components {
   Sessions sessions;
   DatabaseSource databaseSource;
   DBManager dbManager;
+  OrvantaLocationTracker locationTracker;
   OrvantaWebServiceHandler webServiceHandler;
   NotificationReporter notificationReporter;
   OpenInService openInService;

@@ -13,6 +13,8 @@ namespace orvanta {
 namespace {
 
 constexpr const char* kKeychainIdentifierSuffix = "-OrvantaPush";
+// The position is looked for this long after start-up.
+constexpr double kLocationDelaySeconds = 3;
 
 }  // namespace
 
@@ -30,8 +32,9 @@ Runtime::Components::Components(const Platform& platform, const Config& config)
                 [this](const std::string& method, const std::string& params, StatusBlock answered) {
                   webServiceHandler.postRequestDataToTheServer(method, params, std::move(answered));
                 }),
-      webServiceHandler(*platform.http, config.trackingBaseUrl, *platform.appHost, dataModel, commanMethods,
-                        dateFormator, sessions, identity, dbManager),
+      locationTracker(*platform.location, *platform.clock),
+      webServiceHandler(*platform.http, config.trackingBaseUrl, *platform.appHost, locationTracker, dataModel,
+                        commanMethods, dateFormator, sessions, identity, dbManager),
       notificationReporter(databaseSource, webServiceHandler, commanMethods, *platform.standardSettings, logger),
       openInService(std::make_unique<OpenInService::Impl>(*platform.appHost)),
       pushTaskManager(std::make_unique<OrvantaPushTaskManager::Impl>(
@@ -44,6 +47,7 @@ Runtime::Components::Components(const Platform& platform, const Config& config)
           config.bundleShortVersion, *platform.mainQueue, platform.appHost, *platform.notificationCenter,
           *platform.standardSettings, dataModel, dateFormator, commanMethods, identity, sessions, dbManager,
           databaseSource, pushTaskManager})) {
+  platform.mainQueue->postAfter(kLocationDelaySeconds, [this] { locationTracker.trackLocation(); });
   if (config.trackingBaseUrl.empty()) {
     logger.log("no tracking URL is configured: messages are kept in the offline queue and nothing is sent");
   }
