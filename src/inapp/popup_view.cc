@@ -1,6 +1,7 @@
 // The popup on the screen: showing it, laying it out, closing it.
 #include <utility>
 
+#include "base/logger.h"
 #include "inapp/popup_layout.h"
 #include "inapp/popup_manager.h"
 #include "inapp/value_readings.h"
@@ -32,6 +33,10 @@ void OrvantaPopupManager::showView(std::shared_ptr<const OrvantaInAppRules> rule
       if (shown == shownPopups_ && bgView_ != 0) close();
     });
   }});
+  if (bgView_ == 0) {
+    logger_.log("the screen cannot show a popup; none is shown");
+    return;
+  }
   adView_ = std::make_unique<AdvertisementViewController>(views_, mainQueue_);
   adView_->setDelegate(this);
   adView_->setStrPath(rulesBaseUrl_ + kPagePath + (rule ? rule->strWhatTo.value_or("") : std::string()));
