@@ -21,9 +21,8 @@ namespace {
 
 constexpr std::int64_t kEvent = 101;
 
-const Array &eventPayload() {
-  static const Array payload{
-      Map{{"s^category", "Trail shoes"}, {"f^price", 89.95}}};
+const Array& eventPayload() {
+  static const Array payload{Map{{"s^category", "Trail shoes"}, {"f^price", 89.95}}};
   return payload;
 }
 
@@ -39,17 +38,11 @@ Map rule(std::size_t id, std::int64_t eventId, bool shows) {
             {"whatTo", "title=" + std::to_string(id)}};
   if (shows) {
     // Open every day, all day; a cap that lasts for the whole run.
-    Map campaign{
-        {"days", "monday,tuesday,wednesday,thursday,friday,saturday,sunday"},
-        {"from", "-1"},
-        {"to", "24:00"}};
-    entry.set("whenTo", Map{{"frequency", 1'000'000'000},
-                            {"frequencyType", "campaign"},
-                            {"campaign", campaign}});
+    Map campaign{{"days", "monday,tuesday,wednesday,thursday,friday,saturday,sunday"}, {"from", "-1"}, {"to", "24:00"}};
+    entry.set("whenTo", Map{{"frequency", 1'000'000'000}, {"frequencyType", "campaign"}, {"campaign", campaign}});
   } else {
     whomTo.set("everyone", "new");
-    whomTo.set("filter",
-               Array{Map{{"filter", "s^category"}, {"value", "^hats$"}}});
+    whomTo.set("filter", Array{Map{{"filter", "s^category"}, {"value", "^hats$"}}});
   }
   entry.set("whomTo", whomTo);
   return entry;
@@ -60,8 +53,7 @@ Map rule(std::size_t id, std::int64_t eventId, bool shows) {
 std::string document(std::size_t rules, std::size_t listeners, bool showing) {
   Array list;
   for (std::size_t i = 0; i < rules; ++i) {
-    list.emplace_back(
-        rule(i, i < listeners ? kEvent : 1000 + std::int64_t(i), showing));
+    list.emplace_back(rule(i, i < listeners ? kEvent : 1000 + std::int64_t(i), showing));
   }
   return dumpJson(Map{{"InAppRuleList", list}});
 }
@@ -69,22 +61,18 @@ std::string document(std::size_t rules, std::size_t listeners, bool showing) {
 // A started app whose rules are in force, more than a second after start-up
 // (before that no rule shows).
 class AppWithRules {
-public:
-  AppWithRules(std::size_t rules, std::string rulesDocument)
-      : server_(std::move(rulesDocument)) {
+ public:
+  AppWithRules(std::size_t rules, std::string rulesDocument) : server_(std::move(rulesDocument)) {
     // The library's start-up lines are not what is measured.
     setLogSink([](std::string_view) {});
     Config config;
     config.trackingBaseUrl = server_.trackingUrl();
     config.rulesBaseUrl = server_.rulesUrl();
-    runtime_ = std::make_unique<Runtime>(
-        makeLinuxPlatform(config, home_.root()), config);
+    runtime_ = std::make_unique<Runtime>(makeLinuxPlatform(config, home_.root()), config);
     runtime_->sharedManager().setUpApplicationId("bench-app");
-    const auto deadline =
-        std::chrono::steady_clock::now() + std::chrono::seconds(120);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
     while (runtime_->appTracking().popupRules().size() != rules) {
-      if (std::chrono::steady_clock::now() > deadline)
-        throw std::runtime_error("the rules did not arrive");
+      if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error("the rules did not arrive");
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(1100));
@@ -93,9 +81,9 @@ public:
     runtime_.reset();
     setLogSink(nullptr);
   }
-  OrvantaAppTracking &tracking() { return runtime_->appTracking(); }
+  OrvantaAppTracking& tracking() { return runtime_->appTracking(); }
 
-private:
+ private:
   LocalServer server_;
   testing::TemporaryPaths home_;
   std::unique_ptr<Runtime> runtime_;
@@ -103,27 +91,23 @@ private:
 
 // No rules (the floor), then 10, 1,000 and 10,000 of which none, one or ten
 // listen to the event.
-void ruleCounts(benchmark::internal::Benchmark *benchmark) {
+void ruleCounts(benchmark::internal::Benchmark* benchmark) {
   benchmark->Args({0, 0});
   for (const std::int64_t rules : {10, 1000, 10000}) {
-    for (const std::int64_t listening : {0, 1, 10})
-      benchmark->Args({rules, listening});
+    for (const std::int64_t listening : {0, 1, 10}) benchmark->Args({rules, listening});
   }
 }
 
-void measureEvents(benchmark::State &state, AppWithRules &app) {
+void measureEvents(benchmark::State& state, AppWithRules& app) {
   LatencySamples samples;
   for (auto _ : state) {
-    samples.time([&] {
-      app.tracking().sendAppTrackingEventWithCustomPayload(
-          kEvent, eventPayload(), nullptr);
-    });
+    samples.time([&] { app.tracking().sendAppTrackingEventWithCustomPayload(kEvent, eventPayload(), nullptr); });
   }
   samples.report(state);
 }
 
 // The whole tracked event on the host's thread, rules and all.
-void BM_TrackedEventWithRules(benchmark::State &state) {
+void BM_TrackedEventWithRules(benchmark::State& state) {
   const auto rules = static_cast<std::size_t>(state.range(0));
   const auto listeners = static_cast<std::size_t>(state.range(1));
   AppWithRules app(rules, document(rules, listeners, /*showing=*/false));
@@ -137,16 +121,13 @@ BENCHMARK(BM_TrackedEventWithRules)
 
 // The rules' part alone: the same evaluation, traced, without the message
 // around it (nothing shown, nothing counted).
-void BM_RulesEvaluationAlone(benchmark::State &state) {
+void BM_RulesEvaluationAlone(benchmark::State& state) {
   const auto rules = static_cast<std::size_t>(state.range(0));
   const auto listeners = static_cast<std::size_t>(state.range(1));
   AppWithRules app(rules, document(rules, listeners, /*showing=*/false));
   LatencySamples samples;
   for (auto _ : state) {
-    samples.time([&] {
-      benchmark::DoNotOptimize(
-          app.tracking().popupDryRun(kEvent, eventPayload()));
-    });
+    samples.time([&] { benchmark::DoNotOptimize(app.tracking().popupDryRun(kEvent, eventPayload())); });
   }
   samples.report(state);
 }
@@ -158,7 +139,7 @@ BENCHMARK(BM_RulesEvaluationAlone)
 
 // A tracked event whose rule shows, counting the showing in its stored
 // record, with 1,000 records stored.
-void BM_TrackedEventThatShowsAmongStoredRecords(benchmark::State &state) {
+void BM_TrackedEventThatShowsAmongStoredRecords(benchmark::State& state) {
   const auto rules = static_cast<std::size_t>(state.range(0));
   AppWithRules app(rules, document(rules, /*listeners=*/1, /*showing=*/true));
   measureEvents(state, app);
@@ -169,5 +150,5 @@ BENCHMARK(BM_TrackedEventThatShowsAmongStoredRecords)
     ->Iterations(3000)
     ->Unit(benchmark::kMicrosecond);
 
-} // namespace
-} // namespace orvanta::bench
+}  // namespace
+}  // namespace orvanta::bench

@@ -10,17 +10,12 @@
 namespace orvanta::bench {
 
 class LocalServer {
-public:
-  explicit LocalServer(std::string rulesDocument = R"({"InAppRuleList":[]})")
-      : rules_(std::move(rulesDocument)) {
-    server_.Post(R"(/track/.*)",
-                 [](const httplib::Request &, httplib::Response &response) {
-                   response.status = 200;
-                 });
-    server_.Get(R"(/rules/inappactivity/.*)",
-                [this](const httplib::Request &, httplib::Response &response) {
-                  response.set_content(rules_, "application/json");
-                });
+ public:
+  explicit LocalServer(std::string rulesDocument = R"({"InAppRuleList":[]})") : rules_(std::move(rulesDocument)) {
+    server_.Post(R"(/track/.*)", [](const httplib::Request&, httplib::Response& response) { response.status = 200; });
+    server_.Get(R"(/rules/inappactivity/.*)", [this](const httplib::Request&, httplib::Response& response) {
+      response.set_content(rules_, "application/json");
+    });
     port_ = server_.bind_to_any_port("127.0.0.1");
     // The socket already listens once bound: connections wait in its backlog.
     thread_ = std::thread([this] { server_.listen_after_bind(); });
@@ -29,16 +24,14 @@ public:
     server_.stop();
     thread_.join();
   }
-  LocalServer(const LocalServer &) = delete;
-  LocalServer &operator=(const LocalServer &) = delete;
+  LocalServer(const LocalServer&) = delete;
+  LocalServer& operator=(const LocalServer&) = delete;
 
   std::string trackingUrl() const { return base() + "track/"; }
   std::string rulesUrl() const { return base() + "rules/"; }
 
-private:
-  std::string base() const {
-    return "http://127.0.0.1:" + std::to_string(port_) + "/";
-  }
+ private:
+  std::string base() const { return "http://127.0.0.1:" + std::to_string(port_) + "/"; }
 
   const std::string rules_;
   httplib::Server server_;
@@ -46,4 +39,4 @@ private:
   std::thread thread_;
 };
 
-} // namespace orvanta::bench
+}  // namespace orvanta::bench

@@ -12,21 +12,23 @@
 namespace orvanta {
 OrvantaPopupManager::OrvantaPopupManager(const OrvantaDataModel& model, const DateFormator& dates,
                                          const AppHost& appHost, OrvantaInAppPopopRuleParser& parser,
-                                         FrequencyRecordStore& records, MainQueue& mainQueue,
-                                         std::atomic<std::int64_t>& popupEvent, const Logger& logger,
-                                         std::string rulesBaseUrl, GetService getService, Reachable isReachable,
-                                         PresentPopup present)
+                                         FrequencyRecordStore& records, MainQueue& mainQueue, Views& views,
+                                         OpenInService& openIn, std::atomic<std::int64_t>& popupEvent,
+                                         const Logger& logger, std::string rulesBaseUrl, GetService getService,
+                                         PostService postService, Reachable isReachable)
     : model_(model),
       dates_(dates),
       parser_(parser),
       records_(records),
       mainQueue_(mainQueue),
+      views_(views),
+      openIn_(openIn),
       popupEvent_(popupEvent),
       logger_(logger),
       rulesBaseUrl_(std::move(rulesBaseUrl)),
       getService_(std::move(getService)),
+      postService_(std::move(postService)),
       isReachable_(std::move(isReachable)),
-      present_(std::move(present)),
       deviceModel_(lowercased(getDeviceType(appHost))),
       rules_(std::make_shared<const RuleSet>()) {}
 
@@ -47,7 +49,7 @@ void OrvantaPopupManager::showPopup(std::int64_t eventId, const Array& productDa
       prouctsArray_ = productData;
       if (!trace.candidates.empty()) strId_ = trace.candidates.back().ruleId;
     }
-    if (chosen && present_) mainQueue_.post([present = present_, chosen] { present(*chosen); });
+    if (chosen) showView(std::move(chosen));
   }
   std::shared_ptr<const TraceSink> sink;
   {

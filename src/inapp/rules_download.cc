@@ -16,6 +16,11 @@ constexpr const char* kRulesPath = "inappactivity";
 }  // namespace
 
 void OrvantaPopupManager::getPopupConfigurationData() {
+  // Registered again by every download; the handler only lays the page out,
+  // so listening twice changes nothing.
+  mainQueue_.post([this] {
+    views_.setOrientationListener([this] { mainQueue_.post([this] { orientationChanged(); }); });
+  });
   if (rulesBaseUrl_.empty()) {
     logger_.log("no rules server configured; in-app rules are not fetched");
     return;

@@ -8,6 +8,7 @@
 #include "core/data_model.h"
 #include "core/sessions.h"
 #include "device/date_formator.h"
+#include "device/location_tracker.h"
 #include "net/web_service_handler.h"
 #include "orvanta/json.h"
 #include "orvanta/version.h"
@@ -41,9 +42,8 @@ Map OrvantaWebServiceHandler::commonFields(const Map& info) {
   object.set("appid", settings_.getFromDefaults(settings_key::kAppId));
   object.set("ostype", kOSType);
   object.set("cts", timestampNumber(dates_.getUserLocalTimeStamp()));
-  // No position source is part of the library yet: no location is known.
-  object.set("lat", Null{});
-  object.set("lng", Null{});
+  object.set("lat", location_.getLatitude());
+  object.set("lng", location_.getLongitude());
   object.set("sessionid", settings_.getFromDefaults(settings_key::kSessionId));
   object.set("tx", timestampNumber(dates_.getUserLocalTimeStamp()));
   object.set("make", kMake);

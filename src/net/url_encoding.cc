@@ -3,20 +3,20 @@
 namespace orvanta {
 namespace {
 
-bool isFragmentAllowed(unsigned char c) {
+// The characters a URL's fragment and its query may hold as they are (the
+// two sets are equal).
+bool isQueryOrFragmentAllowed(unsigned char c) {
   if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) return true;
   return std::string_view("!$&'()*+,-./:;=?@_~").find(static_cast<char>(c)) != std::string_view::npos;
 }
 
-}  // namespace
-
-std::string percentEncodeURLFragment(std::string_view text) {
+std::string percentEncodeQueryOrFragment(std::string_view text) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   std::string out;
   out.reserve(text.size());
   for (const char ch : text) {
     const auto c = static_cast<unsigned char>(ch);
-    if (isFragmentAllowed(c)) {
+    if (isQueryOrFragmentAllowed(c)) {
       out.push_back(ch);
     } else {
       out.push_back('%');
@@ -26,5 +26,11 @@ std::string percentEncodeURLFragment(std::string_view text) {
   }
   return out;
 }
+
+}  // namespace
+
+std::string percentEncodeURLFragment(std::string_view text) { return percentEncodeQueryOrFragment(text); }
+
+std::string percentEncodeURLQuery(std::string_view text) { return percentEncodeQueryOrFragment(text); }
 
 }  // namespace orvanta

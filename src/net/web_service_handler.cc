@@ -21,13 +21,15 @@ std::string lowercase(std::string text) {
 }  // namespace
 
 OrvantaWebServiceHandler::OrvantaWebServiceHandler(HttpClient& http, std::string trackingBaseUrl,
-                                                   const AppHost& appHost, OrvantaDataModel& model,
+                                                   const AppHost& appHost, const OrvantaLocationTracker& location,
+                                                   OrvantaDataModel& model,
                                                    OrvantaCommanMethods& settings, DateFormator& dates,
                                                    Sessions& sessions, ClientIdentity& identity,
                                                    DBManager& offlineQueue)
     : http_(http),
       trackingBaseUrl_(std::move(trackingBaseUrl)),
       appHost_(appHost),
+      location_(location),
       model_(model),
       settings_(settings),
       dates_(dates),

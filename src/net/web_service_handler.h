@@ -20,6 +20,7 @@ class DateFormator;
 class DBManager;
 class OrvantaCommanMethods;
 class OrvantaDataModel;
+class OrvantaLocationTracker;
 class Sessions;
 
 class OrvantaWebServiceHandler {
@@ -28,10 +29,11 @@ class OrvantaWebServiceHandler {
   using ResultBlock = std::function<void(int status, std::optional<std::string> body)>;
 
   // Every collaborator must outlive it. trackingBaseUrl: the method name is
-  // appended to it. offlineQueue journals each message before it leaves and
-  // queues it when the answer is not 200.
+  // appended to it. location gives each message's "lat" and "lng".
+  // offlineQueue journals each message before it leaves and queues it when
+  // the answer is not 200.
   OrvantaWebServiceHandler(HttpClient& http, std::string trackingBaseUrl, const AppHost& appHost,
-                           OrvantaDataModel& model, OrvantaCommanMethods& settings, DateFormator& dates,
+                           const OrvantaLocationTracker& location, OrvantaDataModel& model, OrvantaCommanMethods& settings, DateFormator& dates,
                            Sessions& sessions, ClientIdentity& identity, DBManager& offlineQueue);
   static OrvantaWebServiceHandler& sharedInstance();
 
@@ -76,6 +78,7 @@ class OrvantaWebServiceHandler {
   HttpClient& http_;
   const std::string trackingBaseUrl_;
   const AppHost& appHost_;
+  const OrvantaLocationTracker& location_;
   OrvantaDataModel& model_;
   OrvantaCommanMethods& settings_;
   DateFormator& dates_;

@@ -17,6 +17,7 @@
 #include "core/sessions.h"
 #include "device/date_formator.h"
 #include "device/file_utilities.h"
+#include "device/location_tracker.h"
 #include "inapp/frequency_record_store.h"
 #include "inapp/popup_manager.h"
 #include "inapp/rule_parser.h"
@@ -43,6 +44,7 @@ struct Runtime::Components {
   Sessions sessions;
   DatabaseSource databaseSource;
   DBManager dbManager;
+  OrvantaLocationTracker locationTracker;
   OrvantaWebServiceHandler webServiceHandler;
   NotificationReporter notificationReporter;
   OpenInService openInService;

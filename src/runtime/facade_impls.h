@@ -20,6 +20,7 @@ class DateFormator;
 class DBManager;
 class OrvantaCommanMethods;
 class OrvantaDataModel;
+class OrvantaLocationTracker;
 class OrvantaPopupManager;
 class OrvantaPushTaskManager;
 class OrvantaWebServiceHandler;
@@ -40,6 +41,7 @@ struct OrvantaSharedManager::Impl {
   DatabaseSource& database;
   OrvantaPushTaskManager& pushTaskManager;  // takes the launch options
   OrvantaPopupManager& popupManager;        // fetches the rules at start-up
+  OrvantaLocationTracker& locationTracker;  // takes one fix per start-up
 };
 
 struct OrvantaInstallation::Impl {

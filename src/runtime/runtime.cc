@@ -6,6 +6,7 @@
 
 #include "inapp/popup_event.h"
 #include "notifications/open_in_service_impl.h"
+#include "orvanta/platform/headless_screen.h"
 #include "notifications/push_task_manager_impl.h"
 #include "runtime/components.h"
 #include "runtime/facade_impls.h"
@@ -14,6 +15,7 @@ namespace orvanta {
 namespace {
 
 constexpr const char* kKeychainIdentifierSuffix = "-OrvantaPush";
+// The position is looked for this long after start-up.
 
 }  // namespace
 
@@ -32,8 +34,9 @@ Runtime::Components::Components(const Platform& platform, const Config& config)
                 [this](const std::string& method, const std::string& params, StatusBlock answered) {
                   webServiceHandler.postRequestDataToTheServer(method, params, std::move(answered));
                 }),
-      webServiceHandler(*platform.http, config.trackingBaseUrl, *platform.appHost, dataModel, commanMethods,
-                        dateFormator, sessions, identity, dbManager),
+      locationTracker(*platform.location, *platform.clock),
+      webServiceHandler(*platform.http, config.trackingBaseUrl, *platform.appHost, locationTracker, dataModel,
+                        commanMethods, dateFormator, sessions, identity, dbManager),
       notificationReporter(databaseSource, webServiceHandler, commanMethods, *platform.standardSettings, logger),
       openInService(std::make_unique<OpenInService::Impl>(*platform.appHost)),
       pushTaskManager(std::make_unique<OrvantaPushTaskManager::Impl>(
@@ -43,19 +46,22 @@ Runtime::Components::Components(const Platform& platform, const Config& config)
       ruleParser(dateFormator, frequencyRecords),
       popupEvent(kPopupEventNone),
       popupManager(
-          dataModel, dateFormator, *platform.appHost, ruleParser, frequencyRecords, *platform.mainQueue, popupEvent,
-          logger, config.rulesBaseUrl,
+          dataModel, dateFormator, *platform.appHost, ruleParser, frequencyRecords, *platform.mainQueue,
+          *platform.views, openInService, popupEvent, logger, config.rulesBaseUrl,
           [this](const std::string& url, OrvantaWebServiceHandler::GetBlock answered) {
             webServiceHandler.callGetService(url, std::move(answered));
           },
-          [this] { return dbManager.checkNetWorkConnection(); }, [](const OrvantaInAppRules&) {}),
+          [this](const std::string& method, const Map& info, StatusBlock block) {
+            webServiceHandler.callPostService(method, info, std::move(block));
+          },
+          [this] { return dbManager.checkNetWorkConnection(); }),
       appTracking(std::make_unique<OrvantaAppTracking::Impl>(OrvantaAppTracking::Impl{webServiceHandler, popupManager})),
       installation(std::make_unique<OrvantaInstallation::Impl>(
           OrvantaInstallation::Impl{*platform.standardSettings, commanMethods, identity, webServiceHandler})),
       sharedManager(std::make_unique<OrvantaSharedManager::Impl>(OrvantaSharedManager::Impl{
           config.bundleShortVersion, *platform.mainQueue, platform.appHost, *platform.notificationCenter,
           *platform.standardSettings, dataModel, dateFormator, commanMethods, identity, sessions, dbManager,
-          databaseSource, pushTaskManager, popupManager})) {
+          databaseSource, pushTaskManager, popupManager, locationTracker})) {
   if (config.trackingBaseUrl.empty()) {
     logger.log("no tracking URL is configured: messages are kept in the offline queue and nothing is sent");
   }
@@ -74,8 +80,20 @@ Runtime::Components::Components(const Platform& platform, const Config& config)
   });
 }
 
+namespace {
+
+// A host without a screen of its own gets one that shows nothing.
+Platform withScreen(Platform platform) {
+  if (!platform.views) {
+    platform.views = std::make_shared<HeadlessScreen>(HeadlessScreen::kDefaultWidth, HeadlessScreen::kDefaultHeight);
+  }
+  return platform;
+}
+
+}  // namespace
+
 Runtime::Runtime(Platform platform, Config config)
-    : platform_(std::move(platform)), config_(std::move(config)),
+    : platform_(withScreen(std::move(platform))), config_(std::move(config)),
       components_(std::make_unique<Components>(platform_, config_)) {}
 
 Runtime::~Runtime() {

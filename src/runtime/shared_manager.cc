@@ -9,6 +9,7 @@
 #include "core/data_model.h"
 #include "core/sessions.h"
 #include "device/date_formator.h"
+#include "device/location_tracker.h"
 #include "inapp/popup_manager.h"
 #include "orvanta/push_task_manager.h"
 #include "orvanta/version.h"
@@ -21,6 +22,8 @@ namespace {
 
 constexpr std::int64_t kDefaultSessionTimeoutMinutes = 60;
 constexpr const char* kOSType = "IOS";
+// One fix per start-up, asked for a little after it.
+constexpr double kLocationDelaySeconds = 3;
 
 }  // namespace
 
@@ -47,6 +50,7 @@ void OrvantaSharedManager::setUpApplicationId(const std::string& applicationId) 
   // The replay itself runs on the main queue.
   impl_->offlineQueue.syncOfflineData();
   impl_->popupManager.getPopupConfigurationData();
+  impl_->mainQueue.postAfter(kLocationDelaySeconds, [&tracker = impl_->locationTracker] { tracker.trackLocation(); });
   impl_->settings.launchEvent();
 }
 

@@ -18,6 +18,7 @@
 #include "inapp/popup_event.h"
 #include "inapp/popup_manager.h"
 #include "inapp/rule_parser.h"
+#include "notifications/open_in_service_impl.h"
 #include "orvanta/json.h"
 #include "orvanta/testing/test_platform.h"
 
@@ -94,11 +95,22 @@ class InAppHarness {
     return shown() == Ids{"r"};
   }
 
-  // The events' popups shown so far (by rule id), once the main queue ran.
+  // The events' popups shown so far (by rule id, "-" for none), once the
+  // main queue ran.
   std::vector<std::string> shown() {
     platform->mainQueue->runUntilIdle();
+    std::vector<std::string> ids;
+    for (const auto& page : platform->views->presentedPages()) ids.push_back(page.ruleId.empty() ? "-" : page.ruleId);
+    return ids;
+  }
+  // One message handed to the request layer: its method and own fields.
+  struct Report {
+    std::string method;
+    Map info;
+  };
+  std::vector<Report> reports() const {
     std::lock_guard lock(mutex_);
-    return shown_;
+    return reports_;
   }
   // The traces of the events so far: showPopup leaves one whatever happens.
   std::vector<PopupTrace> traces() const {
@@ -119,19 +131,23 @@ class InAppHarness {
   std::atomic<bool> reachable{true};
   // The process-wide launch event, one per test here.
   std::atomic<std::int64_t> popupEvent{kPopupEventNone};
+  OpenInService openIn{std::make_unique<OpenInService::Impl>(*platform->appHost)};
   OrvantaPopupManager::GetService getService;
+  // The popups' reports; kept in reports() unless a test sends them on.
+  OrvantaPopupManager::PostService postService = [this](const std::string& method, const Map& info, StatusBlock) {
+    std::lock_guard lock(mutex_);
+    reports_.push_back({method, info});
+  };
   OrvantaPopupManager manager{
-      model, dates, *platform->appHost, parser, records, *platform->mainQueue, popupEvent, logger, rulesBaseUrl,
+      model, dates, *platform->appHost, parser, records, *platform->mainQueue, *platform->views, openIn, popupEvent,
+      logger, rulesBaseUrl,
       [this](const std::string& url, auto answered) { getService(url, std::move(answered)); },
-      [this] { return reachable.load(); },
-      [this](const OrvantaInAppRules& rule) {
-        std::lock_guard lock(mutex_);
-        shown_.push_back(rule.strRuleId.value_or("-"));
-      }};
+      [this](const std::string& method, const Map& info, StatusBlock block) { postService(method, info, block); },
+      [this] { return reachable.load(); }};
 
  private:
   mutable std::mutex mutex_;
-  std::vector<std::string> shown_;
+  std::vector<Report> reports_;
   std::vector<PopupTrace> traces_;
 };
 

@@ -143,6 +143,8 @@ class CliFixture : public ::testing::Test {
   std::filesystem::path home() const { return std::filesystem::path(scratch_.root()) / "app"; }
   // Where the server finds the rules document "<appid>.json" of each app.
   std::filesystem::path rulesDir() const { return std::filesystem::path(scratch_.root()) / "rules"; }
+  // The rules server's base URL, as the program is given it.
+  std::string rulesUrl() const { return addresses_["rules"].get<std::string>(); }
   // More options for the server, for a fixture to add.
   virtual std::vector<std::string> serverOptions() const { return {}; }
 

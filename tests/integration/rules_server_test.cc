@@ -29,16 +29,13 @@ constexpr auto kPatience = std::chrono::seconds(30);
 // Forwards to the real client; answers to rule documents are counted and, while
 // held, kept back until the test lets them through.
 class RulesGate final : public HttpClient {
-public:
-  explicit RulesGate(std::shared_ptr<HttpClient> inner)
-      : inner_(std::move(inner)) {}
+ public:
+  explicit RulesGate(std::shared_ptr<HttpClient> inner) : inner_(std::move(inner)) {}
   ~RulesGate() override { inner_->stop(); }
 
   void send(HttpRequest request, Completion completion) override {
-    if (!request.url.ends_with(".json"))
-      return inner_->send(std::move(request), std::move(completion));
-    inner_->send(std::move(request), [this, completion = std::move(completion)](
-                                         HttpResponse response) {
+    if (!request.url.ends_with(".json")) return inner_->send(std::move(request), std::move(completion));
+    inner_->send(std::move(request), [this, completion = std::move(completion)](HttpResponse response) {
       std::unique_lock lock(mutex_);
       if (holding_) {
         held_.push_back([completion, response] { completion(response); });
@@ -63,7 +60,7 @@ public:
       holding_ = false;
       held.swap(held_);
     }
-    for (auto &answer : held) {
+    for (auto& answer : held) {
       answer();
       answered();
     }
@@ -71,8 +68,7 @@ public:
   // Waits until `count` rule answers have reached the library.
   bool waitForAnswers(int count) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, kPatience,
-                             [&] { return answers_ >= count; });
+    return changed_.wait_for(lock, kPatience, [&] { return answers_ >= count; });
   }
   // Waits until the real client has answered a rule request that is held.
   bool waitUntilHeld() {
@@ -80,7 +76,7 @@ public:
     return changed_.wait_for(lock, kPatience, [&] { return !held_.empty(); });
   }
 
-private:
+ private:
   void answered() {
     std::lock_guard lock(mutex_);
     ++answers_;
@@ -90,24 +86,18 @@ private:
   const std::shared_ptr<HttpClient> inner_;
   std::mutex mutex_;
   std::condition_variable changed_;
-  bool holding_ = false;                    // guarded by mutex_
-  std::vector<std::function<void()>> held_; // guarded by mutex_
-  int answers_ = 0;                         // guarded by mutex_
+  bool holding_ = false;                     // guarded by mutex_
+  std::vector<std::function<void()>> held_;  // guarded by mutex_
+  int answers_ = 0;                          // guarded by mutex_
 };
 
 class RulesServerTest : public ::testing::Test {
-protected:
+ protected:
   RulesServerTest() { std::filesystem::create_directories(rulesDir()); }
 
-  std::filesystem::path rulesDir() const {
-    return std::filesystem::path(files_.root()) / "rules";
-  }
-  void publishText(const std::string &document) const {
-    std::ofstream(rulesDir() / "app.json") << document;
-  }
-  void publish(const std::vector<Json> &rules) const {
-    publishText(Json{{"InAppRuleList", rules}}.dump());
-  }
+  std::filesystem::path rulesDir() const { return std::filesystem::path(files_.root()) / "rules"; }
+  void publishText(const std::string& document) const { std::ofstream(rulesDir() / "app.json") << document; }
+  void publish(const std::vector<Json>& rules) const { publishText(Json{{"InAppRuleList", rules}}.dump()); }
 
   // holdRules: the rules' answers wait for gate->release().
   void start(bool holdRules = false) {
@@ -117,11 +107,10 @@ protected:
     config.bundleIdentifier = "io.orvanta.rules";
     Platform platform = makeLinuxPlatform(config, home_.root());
     gate = std::make_shared<RulesGate>(platform.http);
-    if (holdRules)
-      gate->hold();
+    if (holdRules) gate->hold();
     platform.http = gate;
     runtime_ = std::make_unique<Runtime>(std::move(platform), config);
-    runtime_->appTracking().setPopupTraceSink([this](const PopupTrace &trace) {
+    runtime_->appTracking().setPopupTraceSink([this](const PopupTrace& trace) {
       std::lock_guard lock(mutex_);
       traces_.push_back(trace);
       traced_.notify_all();
@@ -131,7 +120,7 @@ protected:
 
   std::vector<std::string> ruleIds() const {
     std::vector<std::string> ids;
-    for (const Value &entry : runtime_->appTracking().popupRules()) {
+    for (const Value& entry : runtime_->appTracking().popupRules()) {
       ids.push_back(*entry.asMap()->find("id")->asString());
     }
     return ids;
@@ -145,19 +134,17 @@ protected:
 
   TemporaryPaths files_;
   TemporaryPaths home_;
-  devserver::DevServer server_{
-      {.db_path = std::filesystem::path(files_.root()) / "messages.sqlite",
-       .rules_dir = rulesDir(),
-       .initial_faults = {}}};
+  devserver::DevServer server_{{.db_path = std::filesystem::path(files_.root()) / "messages.sqlite",
+                                .rules_dir = rulesDir(),
+                                .initial_faults = {}}};
   std::shared_ptr<RulesGate> gate;
   std::unique_ptr<Runtime> runtime_;
   std::mutex mutex_;
   std::condition_variable traced_;
-  std::vector<PopupTrace> traces_; // guarded by mutex_
+  std::vector<PopupTrace> traces_;  // guarded by mutex_
 };
 
-TEST_F(RulesServerTest,
-       FetchedAtStartUpAndEachNewSessionAndAFailedFetchKeepsTheRulesInForce) {
+TEST_F(RulesServerTest, FetchedAtStartUpAndEachNewSessionAndAFailedFetchKeepsTheRulesInForce) {
   publish({ruleListeningTo("a", "101")});
   start();
   ASSERT_TRUE(gate->waitForAnswers(1));
@@ -172,15 +159,12 @@ TEST_F(RulesServerTest,
          publish({ruleListeningTo("b", "101"), ruleListeningTo("c", "102")});
        },
        {"b", "c"}},
-      {[&] { std::filesystem::remove(rulesDir() / "app.json"); },
-       {"b", "c"}}, // 404
-      {[&] { publishText("{\"InAppRuleList\":[{\"id\":\"d\""); },
-       {"b", "c"}}, // not JSON
-      {[&] { publishText(R"({"InAppRuleList":{}})"); },
-       {}}, // no rules: the list empties
+      {[&] { std::filesystem::remove(rulesDir() / "app.json"); }, {"b", "c"}},  // 404
+      {[&] { publishText("{\"InAppRuleList\":[{\"id\":\"d\""); }, {"b", "c"}},  // not JSON
+      {[&] { publishText(R"({"InAppRuleList":{}})"); }, {}},                    // no rules: the list empties
   };
   int answers = 1;
-  for (const Step &step : sessions) {
+  for (const Step& step : sessions) {
     step.serverSide();
     runtime_->sharedManager().resetSession();
     ASSERT_TRUE(gate->waitForAnswers(++answers));
@@ -188,8 +172,7 @@ TEST_F(RulesServerTest,
   }
 }
 
-TEST_F(RulesServerTest,
-       ALaunchEventBeforeTheRulesIsEvaluatedAgainOnceWhenTheyArrive) {
+TEST_F(RulesServerTest, ALaunchEventBeforeTheRulesIsEvaluatedAgainOnceWhenTheyArrive) {
   publish({ruleListeningTo("launch", "20")});
   start(/*holdRules=*/true);
   ASSERT_TRUE(gate->waitUntilHeld());
@@ -214,5 +197,5 @@ TEST_F(RulesServerTest,
   EXPECT_EQ(traces(2).size(), 2u);
 }
 
-} // namespace
-} // namespace orvanta::testing
+}  // namespace
+}  // namespace orvanta::testing

@@ -49,6 +49,29 @@ TEST_F(EnvelopeTest, TheWireFormIsDataEqualsCompactJsonOfTheCommonFieldsInOrder)
   EXPECT_EQ(request.body, expected);
 }
 
+// "lat" and "lng" are the position kept, full precision, once the tracker
+// has started (3 seconds after start-up) and accepted a fix; null before.
+TEST_F(EnvelopeTest, LatitudeAndLongitudeAreThePositionKept) {
+  auto& location = *app.platform().location;
+  location.setAuthorization(LocationAuthorization::WhenInUse);
+  const auto sent = [&] {
+    handler().callPostService("app_activity", Map{{"eventid", 9}}, nullptr);
+    return app.lastMessage();
+  };
+  app.platform().mainQueue->advance(2.9);
+  EXPECT_FALSE(location.updating());
+  app.platform().mainQueue->advance(0.1);
+  ASSERT_TRUE(location.updating());
+  EXPECT_NE(sent().body.find(R"("lat":null,"lng":null,)"), std::string::npos);
+
+  const double now = app.platform().clock->now().secondsSince1970;
+  location.deliverFix(LocationFix{48.858370123456789, -2.2944810000000001, 10, now - 1});
+  const SentMessage message = sent();
+  EXPECT_EQ(*message.object.find("lat"), Value(48.858370123456789));
+  EXPECT_EQ(*message.object.find("lng"), Value(-2.2944810000000001));
+  EXPECT_NE(message.body.find(R"("lat":48.85837012345679,"lng":-2.294481,)"), std::string::npos) << message.body;
+}
+
 TEST_F(EnvelopeTest, EventFieldsOverrideCommonOnesWhereTheyStand) {
   handler().callPostService("app_activity", Map{{"identity", "override"}, {"eventid", 9}}, nullptr);
   EXPECT_EQ(*app.lastMessage().object.begin(),

@@ -59,12 +59,13 @@ TEST_F(NotificationTest, WrongShapesAreLeftAloneWithOneLineEach) {
 }
 
 TEST_F(NotificationTest, ALaunchOptionThatIsNotANotificationIsNotOpened) {
+  const std::size_t waiting = platform().mainQueue->pendingCount();
   for (const Value& entry : {Value("t-1"), Value(Array{}), Value(Null{})}) {
     const std::size_t lines = log.lines().size();
     manager().handelApplicationLaunchEvent(Map{{kLaunchOptionsRemoteNotificationKey, entry}});
     EXPECT_EQ(log.lines().size() - lines, 1u);
   }
-  EXPECT_EQ(platform().mainQueue->pendingCount(), 1u) << "only the first replay waits";
+  EXPECT_EQ(platform().mainQueue->pendingCount(), waiting) << "nothing is opened later either";
 }
 
 }  // namespace

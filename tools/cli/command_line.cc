@@ -29,6 +29,39 @@ double seconds(std::string_view flag, const std::string& text) {
   return value;
 }
 
+double number(std::string_view what, std::string_view text) {
+  double value = 0;
+  auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (ec != std::errc() || end != text.data() + text.size()) {
+    throw UsageError(std::string(what) + " needs a number, not \"" + std::string(text) + "\"");
+  }
+  return value;
+}
+
+// "A<separator>B" as two numbers.
+std::pair<double, double> numberPair(std::string_view what, const std::string& text, char separator) {
+  const std::size_t split = text.find(separator);
+  if (split == std::string::npos) {
+    throw UsageError(std::string(what) + " needs two numbers joined by '" + separator + "', not \"" + text + "\"");
+  }
+  return {number(what, std::string_view(text).substr(0, split)), number(what, std::string_view(text).substr(split + 1))};
+}
+
+void setScreen(GlobalOptions& options, const std::string& text) {
+  const auto [width, height] = numberPair("--screen", text, 'x');
+  if (!(width > 0 && height > 0)) throw UsageError("--screen needs a width and a height above 0");
+  options.screenWidth = width;
+  options.screenHeight = height;
+}
+
+PopupPlay popupPlay(const std::string& text) {
+  if (text == "stay") return {};
+  if (text == "close") return {PopupPlay::Action::Close, ""};
+  if (text == "click") return {PopupPlay::Action::Click, ""};
+  if (text.starts_with("click=")) return {PopupPlay::Action::Click, text.substr(6)};
+  throw UsageError("--popup needs stay, close, click or click=VALUE, not \"" + text + "\"");
+}
+
 using Setter = std::function<void(GlobalOptions&, const std::string&)>;
 
 // Every global option that takes a value.
@@ -44,6 +77,9 @@ const std::map<std::string, Setter, std::less<>>& valueOptions() {
       {"--after", [](GlobalOptions& o, const std::string& v) { o.afterSeconds = seconds("--after", v); }},
       {"--scheme", [](GlobalOptions& o, const std::string& v) { o.config.urlSchemes.push_back(v); }},
       {"--system-version", [](GlobalOptions& o, const std::string& v) { o.systemVersion = v; }},
+      {"--screen", setScreen},
+      {"--popup", [](GlobalOptions& o, const std::string& v) { o.popup = popupPlay(v); }},
+      {"--location", [](GlobalOptions& o, const std::string& v) { o.location = numberPair("--location", v, ','); }},
   };
   return options;
 }
@@ -65,6 +101,10 @@ CommandLine parseCommandLine(const std::vector<std::string>& args) {
     }
     if (flag == "--no-delegate") {
       line.options.hostDelegate = false;
+      continue;
+    }
+    if (flag == "--landscape") {
+      line.options.landscape = true;
       continue;
     }
     auto option = valueOptions().find(flag);
@@ -101,6 +141,12 @@ std::string usageText() {
       "  --scheme S           a URL scheme the app declares (repeatable)\n"
       "  --no-delegate        the app sets no push task manager delegate\n"
       "  --system-version V   the system version the app sees (default 17.0)\n"
+      "  --screen WxH         the screen held upright, in points (default 320x568)\n"
+      "  --landscape          the screen is turned on its side\n"
+      "  --popup ACTION       what the user does with every popup: stay (default),\n"
+      "                       close (the page's closeAction) or click[=VALUE]\n"
+      "                       (its intentAction with VALUE, default empty)\n"
+      "  --location LAT,LNG   the user lets the app know it is there (a fresh fix)\n"
       "\n"
       "commands:\n";
   for (const Command& command : commands()) {

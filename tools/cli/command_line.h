@@ -1,8 +1,11 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "cli/popup_player.h"
 #include "orvanta/config.h"
 
 namespace orvanta::cli {
@@ -31,6 +34,15 @@ struct GlobalOptions {
   std::string systemVersion = "17.0";
   // Whether the app gives the push task manager a delegate (--no-delegate: not).
   bool hostDelegate = true;
+  // The screen held upright (--screen WxH), and whether it is turned (--landscape).
+  double screenWidth = HeadlessScreen::kDefaultWidth;
+  double screenHeight = HeadlessScreen::kDefaultHeight;
+  bool landscape = false;
+  // What the user does with every popup (--popup).
+  PopupPlay popup;
+  // A permitted, fresh position fix as latitude and longitude (--location);
+  // none: the Linux default, permission never given.
+  std::optional<std::pair<double, double>> location;
 };
 
 struct CommandLine {

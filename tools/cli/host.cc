@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "cli/exit_before_sending.h"
-#include "orvanta/app_tracking.h"
+#include "cli/simulated_location.h"
 #include "orvanta/platform/platform.h"
 #include "orvanta/push_task_manager.h"
 #include "orvanta/shared_manager.h"
@@ -44,11 +44,18 @@ Host::Host(const GlobalOptions& options, std::shared_ptr<Output> output)
       http_(std::make_shared<TracingHttpClient>(std::make_shared<ExitBeforeSending>(platform_.http), output_)),
       appHost_(std::make_shared<SimulatedAppHost>(platform_.appHost, options.systemVersion, output_)),
       notificationCenter_(std::make_shared<SimulatedNotificationCenter>(platform_.notificationCenter, output_)),
+      screen_(std::make_shared<HeadlessScreen>(options.screenWidth, options.screenHeight,
+                                               options.landscape ? Orientation::LandscapeLeft : Orientation::Portrait)),
+      popups_(screen_, options.popup, platform_.mainQueue, output_),
       delegate_(hostDelegate(options.hostDelegate, output_)),
       inspection_(platform_, config_) {
   platform_.http = http_;
   platform_.appHost = appHost_;
   platform_.notificationCenter = notificationCenter_;
+  platform_.views = screen_;
+  if (options.location) {
+    platform_.location = std::make_shared<SimulatedLocation>(options.location->first, options.location->second);
+  }
 }
 
 Host::~Host() { runtime_.reset(); }
@@ -56,11 +63,6 @@ Host::~Host() { runtime_.reset(); }
 void Host::launch() {
   runtime_ = std::make_unique<Runtime>(platform_, config_);
   runtime_->pushTaskManager().setDelegate(delegate_);
-  runtime_->appTracking().setPopupTraceSink([output = output_](const PopupTrace& trace) {
-    for (const RuleTrace& rule : trace.candidates) {
-      if (rule.decidedBy == RuleCheck::kShown) output->line("popup " + rule.ruleId.value_or("-"));
-    }
-  });
   const auto startUp = std::chrono::steady_clock::now();
   runtime_->sharedManager().handleApplicationLaunchEvent(launchOptions_, applicationId_);
   waitForRules();
@@ -76,7 +78,12 @@ void Host::waitForRules() {
     output_->note("the rules download did not answer in time");
     return;
   }
-  runMainQueueFor(0, deadline);
+  waitForMainQueueWork(deadline);
+}
+
+bool Host::waitForMainQueueWork(Deadline deadline) {
+  // A popup is shown by a task on the main queue, and played by more.
+  return runMainQueueFor(0, deadline) && popups_.waitUntilPlayed(deadline) && runMainQueueFor(0, deadline);
 }
 
 bool Host::runMainQueueFor(double seconds, Deadline deadline) {

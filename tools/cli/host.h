@@ -10,6 +10,7 @@
 
 #include "cli/command_line.h"
 #include "cli/output.h"
+#include "cli/popup_player.h"
 #include "cli/simulated_app_host.h"
 #include "cli/simulated_notification_center.h"
 #include "cli/tracing_http_client.h"
@@ -58,13 +59,16 @@ class Host {
   void setLaunchOptions(Map options) { launchOptions_ = std::move(options); }
   // Builds the runtime, gives the push task manager the app's delegate
   // (unless --no-delegate: it prints "host-link LINK", or "host-link -"
-  // for none), prints "popup RULEID" for every popup the in-app rules
-  // bring up, and runs the app's start-up as a host calls it at launch.
+  // for none), and runs the app's start-up as a host calls it at launch.
   // With a rules server, then waits until the rules download has answered
-  // and what it set off on the main queue (the launch event's replay) has
-  // run, so that the command meets the rules in force; then until
-  // --after seconds have passed since start-up.
+  // and what it set off on the main queue (the launch event's replay and
+  // its popup) has run, so that the command meets the rules in force; then
+  // until --after seconds have passed since start-up.
   void launch();
+  // Waits until the main queue has run what was posted so far, and every
+  // popup shown meanwhile has been played (see PopupPlayer); false when
+  // the deadline came first.
+  bool waitForMainQueueWork(Deadline deadline);
   // The command may have set off delayed work (an opening 0.0 s or 0.5 s
   // later on the main queue), which the launch waits for.
   void expectDelayedWork() { delayedWork_ = true; }
@@ -100,6 +104,8 @@ class Host {
   const std::shared_ptr<TracingHttpClient> http_;
   const std::shared_ptr<SimulatedAppHost> appHost_;
   const std::shared_ptr<SimulatedNotificationCenter> notificationCenter_;
+  const std::shared_ptr<HeadlessScreen> screen_;
+  PopupPlayer popups_;
   // The host owns its delegate; the library holds it weakly. Null with --no-delegate.
   const std::shared_ptr<OrvantaPushTaskManagerDelegate> delegate_;
   std::optional<Map> launchOptions_;

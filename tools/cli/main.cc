@@ -61,8 +61,9 @@ int run(const Invocation& invocation) {
   auto deadline = std::chrono::steady_clock::now() +
                   std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                       std::chrono::duration<double>(options.waitSeconds));
-  // What the command set off on the main queue (a delayed opening) first,
-  // as it may send messages of its own; --wait does not cut it short.
+  // What the command set off on the main queue (a popup, a delayed opening)
+  // first, as it may send messages of its own; --wait does not cut it short.
+  host->waitForMainQueueWork(std::chrono::steady_clock::now() + kDelayedWorkLimit);
   host->waitForDelayedWork(std::chrono::steady_clock::now() + kDelayedWorkLimit);
   host->waitForCompletions(deadline);
   const QueueState state = host->waitUntilSettled(deadline);

@@ -127,8 +127,8 @@ app() {
     handed+=("$(message_key "$label")")
   done < <(grep -v '^http ' <<< "$out" | grep ' -> ' | sed 's/ -> .*//')
   while IFS= read -r label; do
-    popups+=("${label#popup }")
-  done < <(grep '^popup ' <<< "$out" || true)
+    popups+=("$label")
+  done < <(sed -n 's/^popup \([^ ]*\) layout .*/\1/p' <<< "$out")
   return $status
 }
 

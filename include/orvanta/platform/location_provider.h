@@ -25,6 +25,8 @@ class LocationProvider {
   };
   virtual ~LocationProvider() = default;
   virtual LocationAuthorization authorization() const = 0;
+  // Whether the device's location services are on at all.
+  virtual bool locationServicesEnabled() const = 0;
   virtual void setListener(Listener listener) = 0;
   virtual void requestAuthorization() = 0;
   virtual void startUpdating() = 0;

@@ -33,7 +33,7 @@ struct Platform {
   std::shared_ptr<LocationProvider> location;
   std::shared_ptr<AppHost> appHost;
   std::shared_ptr<NotificationCenter> notificationCenter;
-  std::shared_ptr<Views> views;  // may be null: no screen
+  std::shared_ptr<Views> views;  // null: a HeadlessScreen of the default size
 };
 
 // The real Linux platform rooted at appHome (created if missing): documents

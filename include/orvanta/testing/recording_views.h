@@ -1,37 +1,31 @@
 #pragma once
 
-#include <map>
 #include <mutex>
+#include <vector>
 
-#include "orvanta/platform/views.h"
+#include "orvanta/platform/headless_screen.h"
 
 namespace orvanta::testing {
 
-// A screen of a fixed size that records the pages and web screens shown on
-// it; the test plays the page's (and the user's) part by calling the recorded
-// request's callbacks.
-class RecordingViews : public Views {
+// A headless screen, 375 × 812 upright unless the test sets another, that
+// also keeps every page ever presented. The test plays the page's and the
+// user's part through the headless screen's finishLoading, callScript,
+// tapOutside and rotate, and through the recorded web screens' callbacks.
+class RecordingViews : public HeadlessScreen {
  public:
-  Rect screenBounds() const override;
-  Orientation orientation() const override;
-  int presentWebPage(WebPageRequest request) override;
-  void dismissWebPage(int id) override;
-  int presentWebScreen(WebScreenRequest request) override;
-  void dismissWebScreen(int id) override;
+  RecordingViews();
 
-  void setScreen(Rect bounds, Orientation orientation);
-  // The pages shown and not dismissed, by id.
-  std::map<int, WebPageRequest> presented() const;
-  // The web screens shown and not dismissed, by id.
-  std::map<int, WebScreenRequest> screens() const;
+  int presentWebPage(int layer, WebPageRequest request) override;
+
+  // Replaces the bounds and the orientation, telling nobody: the screen the
+  // test starts on.
+  using HeadlessScreen::setScreen;
+  // Every page presented so far, as it was when presented, oldest first.
+  std::vector<Page> presentedPages() const;
 
  private:
   mutable std::mutex mutex_;
-  Rect bounds_{0, 0, 375, 812};
-  Orientation orientation_ = Orientation::Portrait;
-  std::map<int, WebPageRequest> presented_;
-  std::map<int, WebScreenRequest> screens_;
-  int nextId_ = 1;
+  std::vector<Page> presentedPages_;
 };
 
 }  // namespace orvanta::testing

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "orvanta/config.h"
+#include "orvanta/platform/headless_screen.h"
 #include "orvanta/platform/platform.h"
 #include "platform/linux/curl_http_client.h"
 #include "platform/linux/desktop_notification_center.h"
@@ -56,6 +57,8 @@ Platform makeLinuxPlatform(const Config& config, const std::string& appHome) {
   platform.location = std::make_shared<NoLocationProvider>();
   platform.appHost = std::make_shared<LinuxAppHost>();
   platform.notificationCenter = std::make_shared<DesktopNotificationCenter>();
+  // No display: popups and web screens are laid out and kept, not drawn.
+  platform.views = std::make_shared<HeadlessScreen>(HeadlessScreen::kDefaultWidth, HeadlessScreen::kDefaultHeight);
   return platform;
 }
 

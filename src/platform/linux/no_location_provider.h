@@ -10,6 +10,7 @@ namespace orvanta {
 class NoLocationProvider : public LocationProvider {
  public:
   LocationAuthorization authorization() const override { return LocationAuthorization::NotDetermined; }
+  bool locationServicesEnabled() const override { return false; }
   void setListener(Listener) override {}
   void requestAuthorization() override {}
   void startUpdating() override {}

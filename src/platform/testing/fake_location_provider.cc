@@ -7,6 +7,11 @@ LocationAuthorization FakeLocationProvider::authorization() const {
   return authorization_;
 }
 
+bool FakeLocationProvider::locationServicesEnabled() const {
+  std::lock_guard lock(mutex_);
+  return servicesEnabled_;
+}
+
 void FakeLocationProvider::setListener(Listener listener) {
   std::lock_guard lock(mutex_);
   listener_ = std::move(listener);
@@ -35,6 +40,11 @@ void FakeLocationProvider::setAuthorization(LocationAuthorization authorization)
     callback = listener_.authorizationChanged;
   }
   if (callback) callback(authorization);
+}
+
+void FakeLocationProvider::setLocationServicesEnabled(bool enabled) {
+  std::lock_guard lock(mutex_);
+  servicesEnabled_ = enabled;
 }
 
 void FakeLocationProvider::deliverFix(const LocationFix& fix) {
