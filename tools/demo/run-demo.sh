@@ -128,7 +128,14 @@ app() {
   done < <(grep -v '^http ' <<< "$out" | grep ' -> ' | sed 's/ -> .*//')
   while IFS= read -r label; do
     popups+=("$label")
+    handed+=("app_activity 41")
   done < <(sed -n 's/^popup \([^ ]*\) layout .*/\1/p' <<< "$out")
+  # What the user did with a popup is reported: a click as 42, a close as 43.
+  local clicks closes
+  clicks=$(grep -c '^popup clicked' <<< "$out" || true)
+  closes=$(grep -c '^popup closed' <<< "$out" || true)
+  for ((i = 0; i < clicks; i++)); do handed+=("app_activity 42"); done
+  for ((i = 0; i < closes; i++)); do handed+=("app_activity 43"); done
   return $status
 }
 
@@ -190,26 +197,32 @@ app inbox
 handed+=("pn_deliver 12" "pn_open 13")
 
 chapter "In-app rules: fetched at every launch, evaluated after every event"
-# Rule 1 greets a later launch once; rule 2 listens to event 101 for
-# products whose category matches "shoes", twice in its campaign; rule 3 to
+# Rule 1 greets a later launch, twice in its campaign; rule 2 listens to
+# event 101 for products whose category matches "shoes", twice too; rule 3 to
 # the same event for "hats". The campaign is open every day, all day.
 always='{"days":"monday,tuesday,wednesday,thursday,friday,saturday,sunday","from":"-1","to":"24:00"}'
 jq -n --argjson always "$always" '{InAppRuleList: [
-  {id: "1", fromDate: "2020-01-01T00:00:00", toDate: "2099-01-01T00:00:00", whatTo: "title=Welcome%20back",
-   whomTo: {eventList: "21"}, whenTo: {frequency: 1, frequencyType: "campaign", campaign: $always}},
+  {id: "1", fromDate: "2020-01-01T00:00:00", toDate: "2099-01-01T00:00:00", whatTo: "title=Welcome%20back", whereTo: "1",
+   whomTo: {eventList: "21"}, whenTo: {frequency: 2, frequencyType: "campaign", campaign: $always}},
   {id: "2", fromDate: "2020-01-01T00:00:00", toDate: "2099-01-01T00:00:00", whatTo: "title=Shoes", whereTo: "4",
    whomTo: {eventList: "101", everyone: "new", filter: [{filter: "s^category", value: "shoes"}]},
    whenTo: {frequency: 2, frequencyType: "campaign", campaign: $always}},
-  {id: "3", fromDate: "2020-01-01T00:00:00", toDate: "2099-01-01T00:00:00", whatTo: "title=Hats", whereTo: "2",
+  {id: "3", fromDate: "2020-01-01T00:00:00", toDate: "2099-01-01T00:00:00", whatTo: "title=Hats",
    whomTo: {eventList: "101", everyone: "new", filter: [{filter: "s^category", value: "hats"}]}}]}' \
   > "$demo/rules/demo-app.json"
 printf '$ cat rules/demo-app.json   (on the rules server)\n'
 jq -c '.InAppRuleList[]' "$demo/rules/demo-app.json" | sed 's/^/    /'
 # The launch event (21) goes out before the rules arrive; their arrival
-# replays it, and rule 1 shows.
+# replays it, and rule 1's banner shows at the top (reported 41). The user
+# leaves every popup where it is unless --popup says otherwise.
 app --quiet rules
+# Rule 1 greets this launch too; rule 2's box (layout 4) then replaces it,
+# with no report for the banner.
 app --quiet track 101 '{"s^category":"Running shoes","f^price":89.9}'
-app --quiet track 101 '{"s^category":"Trail shoes","f^price":120}'
+# The user taps the page's link: reported 42 and opened by the system.
+app --quiet --popup click=https://shop.example/shoes?from=popup track 101 '{"s^category":"Trail shoes","f^price":120}'
+# On a phone held sideways, rule 3's full-screen page; the user closes it (43).
+app --quiet --popup close --landscape track 101 '{"s^category":"hats","f^price":25}'
 # The third showing of rule 2 is stopped by its cap; the dry run says why.
 app --quiet track 101 '{"s^category":"Road shoes","f^price":99}'
 app --quiet why 101 '{"s^category":"Road shoes","f^price":99}'
@@ -266,10 +279,10 @@ else
 fi
 printf 'notification %s: %s (each once is right)\n' "$trid" "$notification_reports"
 shown="${popups[*]}"
-printf 'popups shown: %s (1 2 2 is right)\n' "$shown"
+printf 'popups shown: %s (1 1 2 2 3 is right)\n' "$shown"
 printf 'sent %d, received %d, lost %d\n' "$sent" "$((sent - lost))" "$lost"
 if $serve; then
   trap 'stop_server; exit 0' INT TERM
   wait "$server_pid" || true
 fi
-[ "$lost" -eq 0 ] && [ "$notification_reports" = "pn_deliver 1, pn_open 1" ] && [ "$shown" = "1 2 2" ]
+[ "$lost" -eq 0 ] && [ "$notification_reports" = "pn_deliver 1, pn_open 1" ] && [ "$shown" = "1 1 2 2 3" ]
