@@ -28,6 +28,12 @@ struct Config {
   // them occurs (and no "http") goes to the host's push task manager delegate.
   std::vector<std::string> urlSchemes;
 
+  // How long destroying a Runtime waits for the answers to requests in
+  // flight, so that a message the server answers meanwhile is not queued and
+  // sent again at the next start. What is still unanswered then goes to the
+  // offline queue. 0 or less: no wait.
+  double shutdownGraceSeconds = 2;
+
   // Server trust: accepted as presented unless the host turns verification on.
   bool verifyServerCertificate = false;
   // With verification on: a CA bundle to verify against (empty: the system's).

@@ -22,9 +22,10 @@ class Runtime {
   // reachability notifier starts and the first replay of that queue is
   // scheduled on the main queue, 2 seconds later.
   Runtime(Platform platform, Config config);
-  // Fails what is in flight over HTTP (so it lands in the offline queue),
-  // stops the main queue, flushes the settings, then destroys the
-  // components. Not to be run from within an HTTP completion or a main-queue
+  // Waits up to the config's shutdownGraceSeconds (2 by default) for the
+  // answers to requests in flight, sending nothing new, and fails what is
+  // still unanswered (so it lands in the offline queue); then stops the main
+  // queue, flushes the settings and destroys the components. Not to be run from within an HTTP completion or a main-queue
   // task of this runtime: those threads cannot wait for themselves.
   ~Runtime();
   Runtime(const Runtime&) = delete;

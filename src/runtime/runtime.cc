@@ -99,9 +99,13 @@ Runtime::Runtime(Platform platform, Config config)
 Runtime::~Runtime() {
   // No response or presentation reaches the components from here on.
   platform_.notificationCenter->setDelegate({});
-  // Requests still in flight complete now with status 0, so their messages
-  // move to the offline queue while the components are all still here.
-  platform_.http->stop();
+  // Requests in flight get a short grace to be answered, so that a message
+  // the server takes in now is not queued and sent again at the next start;
+  // nothing new goes out meanwhile. What is still unanswered then completes
+  // with status 0 and moves to the offline queue while the components are all
+  // still here. The main queue runs on meanwhile: what it sends is refused
+  // and queued.
+  platform_.http->drain(config_.shutdownGraceSeconds);
   platform_.mainQueue->stop();
   platform_.standardSettings->synchronize();
   platform_.appGroupSettings->synchronize();

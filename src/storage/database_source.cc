@@ -11,7 +11,8 @@ constexpr const char* kFile = "OrvantaOfflineStore.sqlite";
 }  // namespace
 
 DatabaseSource::DatabaseSource(FileUtilities& files, DateFormator& dates, const Logger& logger)
-    : database_([&files] { return files.getFilePathAsPerFolder(kFolder, kFile); }),
+    : database_([&files] { return files.getFilePathAsPerFolder(kFolder, kFile); },
+                [&dates] { return dates.getUserLocalTimeStamp(); }, logger),
       queue_(database_),
       inbox_(database_, dates),
       journal_(database_, logger),

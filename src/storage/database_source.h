@@ -30,6 +30,8 @@ namespace orvanta {
 //   InboxReports      an inbox change with its report's journal row, in one
 //                     transaction (inbox_reports.h)
 //   schema            the tables themselves (schema.h)
+//   damaged_file      what is read of a damaged file, and setting it aside
+//                     (damaged_file.h; Database replaces such a file)
 // The statement texts are the system's own, byte for byte, and live beside
 // the code that runs them.
 //
@@ -55,8 +57,9 @@ namespace orvanta {
 // checkpoint: those run on the checkpointer's thread.
 class DatabaseSource {
  public:
-  // files finds the file; dates stamps inbox rows; logger tells of a message
-  // that could not be journaled. All three must outlive this object.
+  // files finds the file; dates stamps inbox rows and a damaged file's name;
+  // logger tells of a message that could not be journaled and of a damaged
+  // file. All three must outlive this object.
   DatabaseSource(FileUtilities& files, DateFormator& dates, const Logger& logger);
   DatabaseSource(const DatabaseSource&) = delete;
   DatabaseSource& operator=(const DatabaseSource&) = delete;

@@ -52,15 +52,18 @@ void DBManager::syncOfflineData() {
     setIsSyncing(false);
     return;
   }
-  // Sent exactly as stored. The answer comes on a network thread; the flag
-  // and the schedule belong to the main queue.
+  // Sent exactly as stored. The answer comes on a network thread. The row
+  // goes there and then: a main-queue task may never run once the runtime is
+  // going away, and the row would be sent again at the next start. The flag
+  // (which keeps the next run from reading the row meanwhile) and the
+  // schedule belong to the main queue.
   send_(event->strEventName, event->strEventData, [this, id = event->eventID](int status) {
-    mainQueue_.post([this, id, status] { replayAnswered(id, status); });
+    if (status == 200) database_.deleteData(id);
+    mainQueue_.post([this] { replayAnswered(); });
   });
 }
 
-void DBManager::replayAnswered(std::int64_t eventID, int status) {
-  if (status == 200) database_.deleteData(eventID);
+void DBManager::replayAnswered() {
   setIsSyncing(false);
   scheduleSync(kReplayInterval);
 }

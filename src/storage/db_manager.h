@@ -78,7 +78,7 @@ class DBManager {
 
  private:
   void scheduleSync(double delaySeconds);
-  void replayAnswered(std::int64_t eventID, int status);
+  void replayAnswered();
 
   DatabaseSource& database_;
   MainQueue& mainQueue_;

@@ -1,6 +1,17 @@
 #include "storage/sqlite_handles.h"
 
 namespace orvanta::sqlite {
+namespace {
+
+thread_local std::uint64_t damageResults = 0;
+
+// Answers code, counting it when it tells of damage.
+int noted(int code) {
+  if (isDamage(code)) ++damageResults;
+  return code;
+}
+
+}  // namespace
 
 Connection open(const std::string& path) {
   sqlite3* raw = nullptr;
@@ -13,7 +24,7 @@ Connection open(const std::string& path) {
 Statement::Statement(sqlite3* db, std::string_view sql) {
   if (db == nullptr) return;
   sqlite3_stmt* raw = nullptr;
-  if (sqlite3_prepare_v2(db, sql.data(), static_cast<int>(sql.size()), &raw, nullptr) == SQLITE_OK) {
+  if (noted(sqlite3_prepare_v2(db, sql.data(), static_cast<int>(sql.size()), &raw, nullptr)) == SQLITE_OK) {
     statement_.reset(raw);
   } else {
     sqlite3_finalize(raw);
@@ -30,7 +41,7 @@ void Statement::bindBlob(int index, std::string_view bytes) {
 
 void Statement::bindInt(int index, std::int64_t value) { sqlite3_bind_int64(statement_.get(), index, value); }
 
-int Statement::step() { return ok() ? sqlite3_step(statement_.get()) : SQLITE_MISUSE; }
+int Statement::step() { return ok() ? noted(sqlite3_step(statement_.get())) : SQLITE_MISUSE; }
 
 bool Statement::isNull(int column) const { return sqlite3_column_type(statement_.get(), column) == SQLITE_NULL; }
 
@@ -45,8 +56,15 @@ std::string Statement::text(int column) const {
 
 int execute(sqlite3* db, const char* sql) {
   if (db == nullptr) return SQLITE_MISUSE;
-  return sqlite3_exec(db, sql, nullptr, nullptr, nullptr);
+  return noted(sqlite3_exec(db, sql, nullptr, nullptr, nullptr));
 }
+
+bool isDamage(int code) {
+  const int primary = code & 0xff;
+  return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
+}
+
+std::uint64_t damageSeen() { return damageResults; }
 
 Transaction::Transaction(sqlite3* db) : db_(db), began_(execute(db, "BEGIN IMMEDIATE") == SQLITE_OK) {}
 

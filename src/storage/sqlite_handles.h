@@ -55,6 +55,13 @@ class Statement {
 // Runs sql (one or more statements, no results) and answers SQLite's code.
 int execute(sqlite3* db, const char* sql);
 
+// Whether code (a primary or extended result code) says that the file is not
+// a database or is damaged.
+bool isDamage(int code);
+// How many results of Statement and execute on this thread so far said so:
+// work that runs under the database's lock compares it before and after.
+std::uint64_t damageSeen();
+
 // BEGIN IMMEDIATE on construction; ROLLBACK on destruction unless commit()
 // succeeded, so an early return leaves the database as it was.
 class Transaction {

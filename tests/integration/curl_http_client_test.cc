@@ -74,9 +74,11 @@ void expectTransportFailure(const HttpResponse& response) {
 class CurlHttpClientTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    // Answers to /slow are held back until the server's end.
+    // Answers to /slow are held back until the server's end, those to /late
+    // come a moment after the request.
     server_.setResponder([](const CapturedRequest& request) {
-      return ScriptedAnswer{.stall = request.target == "/slow"};
+      return ScriptedAnswer{.stall = request.target == "/slow",
+                            .delay = std::chrono::milliseconds(request.target == "/late" ? 200 : 0)};
     });
   }
 
@@ -135,6 +137,22 @@ TEST_F(CurlHttpClientTest, StopFailsEveryQueuedAndInFlightRequestExactlyOnceBefo
   client_.stop();
   EXPECT_EQ(answers.calls, std::vector<int>(kCount, 1));
   EXPECT_EQ(late.calls, std::vector<int>{1});
+}
+
+// The grace is far longer than the answer takes: drain returns with it.
+TEST_F(CurlHttpClientTest, DrainWaitsForTheAnswerInFlightAndRefusesWhatIsSentMeanwhile) {
+  Answers answers(2);
+  client_.send(post(server_.url("/late"), "a=1"), [&](HttpResponse response) {
+    client_.send(post(server_.url("/fast"), "from the completion"), answers.completionFor(1));
+    answers.completionFor(0)(std::move(response));
+  });
+
+  client_.drain(30);
+
+  EXPECT_EQ(answers.calls, (std::vector<int>{1, 1}));
+  EXPECT_EQ(answers.responses[0].status, 200) << answers.responses[0].error;
+  expectTransportFailure(answers.responses[1]);
+  EXPECT_EQ(server_.requests().size(), 1u);
 }
 
 // Self-signed for IP 127.0.0.1 (it is its own CA), valid 2000 to 2100.

@@ -40,6 +40,9 @@ struct CapturedRequest {
 struct ScriptedAnswer {
   int status = 200;
   bool stall = false;  // hold the answer back until the server's end
+  // Answer this long after the request arrived (sooner at the server's end):
+  // a slow server, for a client that waits for it.
+  std::chrono::milliseconds delay{0};
 };
 
 // Listens on 127.0.0.1 (a free port) and answers as the test scripts it: by
@@ -167,6 +170,7 @@ class LoopbackServer {
     const ScriptedAnswer answer = responder ? responder(request) : ScriptedAnswer{};
     lock.lock();
     changed_.wait(lock, [&] { return closing_ || !answer.stall; });
+    changed_.wait_for(lock, answer.delay, [&] { return closing_; });
     return answer;
   }
 

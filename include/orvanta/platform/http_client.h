@@ -38,6 +38,17 @@ class HttpClient {
   // thread; the completions have run when this returns. Later sends complete
   // at once with status 0. Idempotent.
   virtual void stop() = 0;
+  // A clean end: accepts no new request (a send from now on completes at
+  // once, with status 0, on the calling thread), lets the requests already
+  // sent run on for up to graceSeconds, then stops as stop() does, failing
+  // whatever is still unanswered. Returns as soon as nothing is in flight;
+  // the completions have run by then. Completions running meanwhile may send
+  // (and are refused). A client that cannot wait, like this default, just
+  // stops.
+  virtual void drain(double graceSeconds) {
+    static_cast<void>(graceSeconds);
+    stop();
+  }
 };
 
 }  // namespace orvanta

@@ -6,6 +6,8 @@
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
+#include <cstdint>
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -22,6 +24,7 @@ namespace {
 constexpr int kIdleWaitMillis = 1000;
 
 constexpr std::string_view kStopped = "the HTTP client is stopped";
+constexpr std::string_view kUnanswered = "no answer came before the HTTP client stopped";
 
 // libcurl's global state, set up once per process and kept until exit.
 void initCurlOnce() {
@@ -107,6 +110,8 @@ HttpHeaders responseHeaders(CURL* easy) {
 // leaves the engine alive until the thread is done with it.
 class CurlHttpClient::Engine {
  public:
+  using Clock = std::chrono::steady_clock;
+
   explicit Engine(CurlHttpOptions options) : options_(std::move(options)), multi_(newMulti()) {
     if (!multi_) {
       logLine(options_.logPrefix + ": libcurl could not start; every HTTP request fails");
@@ -115,11 +120,11 @@ class CurlHttpClient::Engine {
   }
 
   // Any thread. Queues the job for the network thread, or fails it at once
-  // on this thread when the engine has stopped.
+  // on this thread when the engine has stopped or is draining.
   void submit(HttpRequest request, Completion completion) {
     {
       std::lock_guard lock(mutex_);
-      if (!stopping_) {
+      if (!stopping_ && !drainUntil_) {
         queued_.push_back({std::move(request), std::move(completion)});
         curl_multi_wakeup(multi_.get());
         workArrived_.notify_one();
@@ -137,16 +142,28 @@ class CurlHttpClient::Engine {
     workArrived_.notify_one();
   }
 
+  // Any thread. From now on submit refuses; run() returns once the jobs
+  // accepted so far have been answered, failing those still unanswered at
+  // deadline.
+  void requestDrain(Clock::time_point deadline) {
+    std::lock_guard lock(mutex_);
+    if (!drainUntil_ || deadline < *drainUntil_) drainUntil_ = deadline;
+    curl_multi_wakeup(multi_.get());
+    workArrived_.notify_one();
+  }
+
   // The network thread's loop: starts queued jobs, drives the transfers and
-  // delivers their answers until stopped.
+  // delivers their answers until stopped, or until drained.
   void run() {
     for (;;) {
       std::vector<Job> arrived;
       bool stopping = false;
+      std::optional<Clock::time_point> drainUntil;
       {
         std::lock_guard lock(mutex_);
         arrived.swap(queued_);
         stopping = stopping_;
+        drainUntil = drainUntil_;
       }
       if (stopping) {
         failActive(std::string(kStopped));
@@ -154,12 +171,21 @@ class CurlHttpClient::Engine {
         return;
       }
       for (Job& job : arrived) start(std::move(job));
+      // While draining nothing joins queued_, so the jobs accepted before are
+      // all in active_ now.
+      if (drainUntil) {
+        if (active_.empty()) return;
+        if (Clock::now() >= *drainUntil) {
+          failActive(std::string(kUnanswered));
+          return;
+        }
+      }
 
       int running = 0;
       CURLMcode code = curl_multi_perform(multi_.get(), &running);
       if (code == CURLM_OK) {
         deliverFinished();
-        code = curl_multi_poll(multi_.get(), nullptr, 0, kIdleWaitMillis, nullptr);
+        code = curl_multi_poll(multi_.get(), nullptr, 0, waitMillis(drainUntil), nullptr);
       }
       // The multi handle itself failed: its transfers cannot go on. It may
       // go on failing, so wait for new work rather than spin on it.
@@ -167,7 +193,7 @@ class CurlHttpClient::Engine {
         failActive(curl_multi_strerror(code));
         std::unique_lock lock(mutex_);
         workArrived_.wait_for(lock, std::chrono::milliseconds(kIdleWaitMillis),
-                              [this] { return stopping_ || !queued_.empty(); });
+                              [this] { return stopping_ || drainUntil_ || !queued_.empty(); });
       }
     }
   }
@@ -253,6 +279,15 @@ class CurlHttpClient::Engine {
     return code == CURLE_OK ? std::string() : curl_easy_strerror(code);
   }
 
+  // How long to wait for the network: at most until the drain's deadline, and
+  // not at all once a drain has nothing left to wait for.
+  int waitMillis(const std::optional<Clock::time_point>& drainUntil) const {
+    if (!drainUntil) return kIdleWaitMillis;
+    if (active_.empty()) return 0;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*drainUntil - Clock::now()).count();
+    return static_cast<int>(std::clamp<std::int64_t>(left, 0, kIdleWaitMillis));
+  }
+
   void deliverFinished() {
     int left = 0;
     while (CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
@@ -305,6 +340,7 @@ class CurlHttpClient::Engine {
   std::condition_variable workArrived_;  // after the multi handle failed
   std::vector<Job> queued_;              // guarded by mutex_
   bool stopping_ = false;                // guarded by mutex_
+  std::optional<Clock::time_point> drainUntil_;  // guarded by mutex_
   // Transfers added to multi_; touched by the network thread only.
   std::unordered_map<CURL*, std::unique_ptr<Transfer>> active_;
 };
@@ -331,6 +367,18 @@ void CurlHttpClient::send(HttpRequest request, Completion completion) {
 
 void CurlHttpClient::stop() {
   engine_->requestStop();
+  joinNetworkThread();
+}
+
+void CurlHttpClient::drain(double graceSeconds) {
+  // A day stands for any longer grace; NaN and negatives for none.
+  const double grace = graceSeconds > 0 ? std::min(graceSeconds, 86400.0) : 0;
+  engine_->requestDrain(std::chrono::steady_clock::now() +
+                        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(grace)));
+  joinNetworkThread();
+}
+
+void CurlHttpClient::joinNetworkThread() {
   if (std::this_thread::get_id() == networkThreadId_) return;
   std::call_once(joined_, [this] { thread_.join(); });
 }

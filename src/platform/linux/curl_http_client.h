@@ -64,9 +64,18 @@ class CurlHttpClient final : public HttpClient {
   // it returns. Called from within a completion it cannot wait for its own
   // thread: it returns at once and the rest fail after that completion.
   void stop() override;
+  // Any thread. Refuses new requests at once (they fail on the calling thread,
+  // also from within a completion), keeps driving the ones queued or in
+  // flight and returns when they are answered, or after graceSeconds with
+  // the rest failed with status 0; then the client is stopped. Called from
+  // within a completion it returns at once, as stop() does.
+  void drain(double graceSeconds) override;
 
  private:
   class Engine;
+
+  // Waits for the network thread to end, unless called on it.
+  void joinNetworkThread();
 
   std::shared_ptr<Engine> engine_;  // shared with the network thread
   std::thread thread_;

@@ -1,5 +1,7 @@
 #include "orvanta/testing/scripted_http_client.h"
 
+#include <utility>
+
 namespace orvanta::testing {
 
 ScriptedHttpClient::ScriptedHttpClient() { answerWithStatus(200); }
@@ -9,7 +11,7 @@ void ScriptedHttpClient::send(HttpRequest request, Completion completion) {
   {
     std::lock_guard lock(mutex_);
     requests_.push_back(request);
-    if (stopped_) {
+    if (stopped_ || draining_) {
       responder = [](const HttpRequest&) { return HttpResponse{0, {}, std::nullopt, "stopped"}; };
     } else if (hold_) {
       held_.push_back({std::move(request), std::move(completion)});
@@ -29,6 +31,22 @@ void ScriptedHttpClient::stop() {
     held.swap(held_);
   }
   for (auto& h : held) h.completion(HttpResponse{0, {}, std::nullopt, "stopped"});
+}
+
+void ScriptedHttpClient::drain(double /*graceSeconds*/) {
+  std::function<void()> action;
+  {
+    std::lock_guard lock(mutex_);
+    draining_ = true;
+    action = whileDraining_;
+  }
+  if (action) action();
+  stop();
+}
+
+void ScriptedHttpClient::whileDraining(std::function<void()> action) {
+  std::lock_guard lock(mutex_);
+  whileDraining_ = std::move(action);
 }
 
 void ScriptedHttpClient::setResponder(Responder responder) {
