@@ -48,6 +48,7 @@ class RulesGate final : public HttpClient {
     });
   }
   void stop() override { inner_->stop(); }
+  void drain(double graceSeconds) override { inner_->drain(graceSeconds); }
 
   void hold() {
     std::lock_guard lock(mutex_);

@@ -21,6 +21,7 @@ class ExitBeforeSending final : public HttpClient {
 
   void send(HttpRequest request, Completion completion) override;
   void stop() override { inner_->stop(); }
+  void drain(double graceSeconds) override { inner_->drain(graceSeconds); }
 
  private:
   const std::shared_ptr<HttpClient> inner_;

@@ -30,6 +30,7 @@ class TracingHttpClient final : public HttpClient {
 
   void send(HttpRequest request, Completion completion) override;
   void stop() override { inner_->stop(); }
+  void drain(double graceSeconds) override { inner_->drain(graceSeconds); }
 
   // Requests handed to the real client whose completion has not returned.
   int inFlight() const { return inFlight_.load(); }
