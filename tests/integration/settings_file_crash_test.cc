@@ -73,6 +73,21 @@ void followReportsFor(int fd, std::chrono::milliseconds timeout, std::int64_t* d
   }
 }
 
+// Whether a temporary file is being written: the file's own or its last good copy's.
+bool writeInProgress(const std::string& path) {
+  return std::filesystem::exists(path + ".tmp") || std::filesystem::exists(path + ".last-good.tmp");
+}
+
+// Takes reports from fd until a write is in progress (or a few seconds have
+// passed), so that the kill that follows lands inside it.
+void awaitWriteInProgress(const std::string& path, int fd, std::int64_t* durable) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (!writeInProgress(path) && std::chrono::steady_clock::now() < deadline) {
+    for (pollfd ready{fd, POLLIN, 0}; ::poll(&ready, 1, 0) > 0 && readReport(fd, durable);) {
+    }
+  }
+}
+
 // n of the whole state the file holds, or a failure naming what is wrong.
 ::testing::AssertionResult holdsAWholeState(const std::string& path, std::int64_t* n) {
   std::ifstream file(path, std::ios::binary);
@@ -107,17 +122,21 @@ TEST(SettingsFileCrashTest, KillDuringWriteLeavesOldOrNewContentNeverTorn) {
     }
     ::close(reports[1]);
 
-    // Let the child make at least one state durable, then run on for a while.
+    // Let the child make at least one state durable, then run on: every
+    // other kill is aimed at a write in progress, the rest fall at random.
     EXPECT_TRUE(readReport(reports[0], &durable));
-    followReportsFor(reports[0], std::chrono::milliseconds(pause(random)), &durable);
+    if (kill % 2 == 0) {
+      awaitWriteInProgress(path, reports[0], &durable);
+    } else {
+      followReportsFor(reports[0], std::chrono::milliseconds(pause(random)), &durable);
+    }
     ASSERT_EQ(::kill(child, SIGKILL), 0);
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFSIGNALED(status)) << "the writer stopped by itself, status " << status;
     followReportsFor(reports[0], std::chrono::seconds(30), &durable);  // to the end of stream
     ::close(reports[0]);
-    // A write in progress: of the file itself, or of its last good copy.
-    if (std::filesystem::exists(path + ".tmp") || std::filesystem::exists(path + ".last-good.tmp")) ++interrupted;
+    if (writeInProgress(path)) ++interrupted;
 
     std::int64_t n = 0;
     ASSERT_TRUE(holdsAWholeState(path, &n));
